@@ -1,5 +1,6 @@
 #include "results/ResultsExport.h"
 
+#include "net/StandingsBoard.h"
 #include "platform/Dialogs.h"
 #include "results/RaceTable.h"
 #include "results/Ranking.h"

@@ -41,10 +41,6 @@ QString FormatRaceTime(float seconds) {
         .arg(hundredths);
 }
 
-QString PadCell(const QString& text, int width) {
-    return text.size() <= width ? text.leftJustified(width, QLatin1Char(' ')) : text.left(width);
-}
-
 QString BoolText(bool value) {
     return value ? QStringLiteral("True") : QStringLiteral("False");
 }

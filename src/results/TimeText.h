@@ -14,9 +14,6 @@ QString SingleText(float value);
 // anything from 9000 s up is "--:--.--" (not finished).
 QString FormatRaceTime(float seconds);
 
-// `text` padded with spaces to `width` characters, or cut to them.
-QString PadCell(const QString& text, int width);
-
 // "True" / "False", as results print booleans.
 QString BoolText(bool value);
 

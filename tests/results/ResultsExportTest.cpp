@@ -78,7 +78,9 @@ private slots:
 
     void fixed_width_bytes() {
         Results results;
-        results.NewRaceResult(Roster({2}), {"Tanner II", "Good Conditions", "Safe", false, false},
+        auto roster = Roster({2});
+        roster[2].Car = QStringLiteral("Mitsubishi Lancer Evo VII");
+        results.NewRaceResult(roster, {"Tanner II", "Good Conditions", "Safe", false, false},
                               At(0, 0, 1), true);
         results.RecordTime(16, 2, 250.5f);
         results.RecordPercent(2, 100);
@@ -95,9 +97,9 @@ private slots:
                             "Start Time: 00:00:01 - 11/08/2026\r\n\r\n") +
                      cell("Name") + cell("Car") + cell("Transmission") + cell("Tyre") +
                      cell("Split 1") + cell("Split 2") + cell("Time") + cell("Start") +
-                     cell("Percent") + "\r\n" + cell("Cy") + cell("Peugeot 206") + cell("Manual") +
-                     cell("Gravel Dry") + cell("--:--.--") + cell("--:--.--") + cell("04:10.50") +
-                     cell("True") + cell("100") + "\r\n\r\n\r\n");
+                     cell("Percent") + "\r\n" + cell("Cy") + "Mitsubishi Lancer Ev" +
+                     cell("Manual") + cell("Gravel Dry") + cell("--:--.--") + cell("--:--.--") +
+                     cell("04:10.50") + cell("True") + cell("100") + "\r\n\r\n\r\n");
     }
 
     void no_race_and_unknown_mode() {

@@ -50,10 +50,6 @@ private slots:
     }
 
     void text_helpers() {
-        QCOMPARE(PadCell(QStringLiteral("Name"), 6), QStringLiteral("Name  "));
-        QCOMPARE(PadCell(QStringLiteral("Mitsubishi Lancer Evo VII"), 20),
-                 QStringLiteral("Mitsubishi Lancer Ev"));
-        QCOMPARE(PadCell(QString(), 3), QStringLiteral("   "));
         QCOMPARE(StartTimeText(At(7, 3, 9)), QStringLiteral("07:03:09 - 11/08/2026"));
         QCOMPARE(ToAnsi(QString::fromUtf8("R\xC3\xA9my \xE2\x82\xAC \xCE\xA9")),
                  QByteArray("R\xE9my \x80 ?"));
