@@ -100,4 +100,12 @@ std::array<ResultSlot, kResultSlots> ResultRoster(const Roster& roster,
     return entries;
 }
 
+int NewRaceResult(Results& results, Roster& roster, const RaceChoices& choices,
+                  const RaceSettings& race, const QDateTime& now, bool is_host) {
+    for (int slot = 0; slot < kResultSlots; ++slot) {
+        roster[slot].Distance = 0;
+    }
+    return results.NewRaceResult(ResultRoster(roster, choices), DescribeRace(race), now, is_host);
+}
+
 } // namespace tarvex

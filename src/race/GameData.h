@@ -4,7 +4,7 @@
 #include "net/Messages.h"
 #include "net/Roster.h"
 #include "race/RaceChoices.h"
-#include "results/RaceResult.h"
+#include "results/Results.h"
 
 namespace tarvex {
 
@@ -27,5 +27,11 @@ RaceHeader DescribeRace(const RaceSettings& race);
 
 // The roster's players with the texts their row lists show, for a new race record.
 std::array<ResultSlot, kResultSlots> ResultRoster(const Roster& roster, const RaceChoices& choices);
+
+// Opens the record of a race that starts now: every slot's distance back to 0, then the race
+// record of the racing players with their row lists' texts and the race's conditions. Returns
+// how many players take part.
+int NewRaceResult(Results& results, Roster& roster, const RaceChoices& choices,
+                  const RaceSettings& race, const QDateTime& now, bool is_host);
 
 } // namespace tarvex

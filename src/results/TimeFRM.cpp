@@ -16,6 +16,7 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QShowEvent>
 #include <QStyledItemDelegate>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -146,6 +147,18 @@ TimeFRM::TimeFRM(Results& results, Dialogs& dialogs, Hooks hooks, QWidget* owner
     ShowTimes(m_results.UpperBound(), false);
 }
 
+TimeFRM* TimeFRM::ShowFor(QWidget* owner, Results& results, Dialogs& dialogs, Hooks hooks) {
+    auto* form =
+        owner ? owner->findChild<TimeFRM*>(QString(), Qt::FindDirectChildrenOnly) : nullptr;
+    if (!form) {
+        form = new TimeFRM(results, dialogs, std::move(hooks), owner);
+    }
+    form->show();
+    form->raise();
+    form->activateWindow();
+    return form;
+}
+
 void TimeFRM::ShowTimes(int race, bool from_scroll) {
     const auto display = DisplayRace(m_results, race);
     if (!display) {
@@ -217,6 +230,13 @@ bool TimeFRM::eventFilter(QObject* watched, QEvent* event) {
         }
     }
     return QWidget::eventFilter(watched, event);
+}
+
+void TimeFRM::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    // Over the game and the race window, where the player is looking.
+    raise();
+    activateWindow();
 }
 
 void TimeFRM::closeEvent(QCloseEvent* event) {

@@ -34,6 +34,9 @@ public:
 
     TimeFRM(Results& results, Dialogs& dialogs, Hooks hooks, QWidget* owner = nullptr);
 
+    // "Display Times": brings the owner's results window up, opening it when it is not.
+    static TimeFRM* ShowFor(QWidget* owner, Results& results, Dialogs& dialogs, Hooks hooks);
+
     // Shows race `race`; from the scroll bar, the scroll bar itself is left as it is.
     void ShowTimes(int race, bool from_scroll);
 
@@ -60,6 +63,7 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:

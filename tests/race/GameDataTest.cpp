@@ -191,6 +191,22 @@ private slots:
         QCOMPARE(entries[4].Transmission, QStringLiteral("Manual"));
         QCOMPARE(entries[4].Tyre, QStringLiteral("Snow"));
         QVERIFY(!entries[5].InUse);
+
+        // A new race record starts everyone at the line and counts the Ready players.
+        roster[4].Distance = 812.5f;
+        roster.Occupy(0, 1, QStringLiteral("Ann"));
+        roster[0].Status = 1;
+        roster[0].Distance = 3.0f;
+        Results results;
+        QCOMPARE(NewRaceResult(results, roster, choices, HostStored().race,
+                               QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5)), true),
+                 1);
+        QCOMPARE(roster[4].Distance, 0.0f);
+        QCOMPARE(roster[0].Distance, 0.0f);
+        QCOMPARE(results.Race(1).DriverName[4], QStringLiteral("Di"));
+        QCOMPARE(results.Race(1).DriverName[0], QString());
+        QCOMPARE(results.Race(1).StageName, QStringLiteral("Joux Verte II"));
+        QCOMPARE(results.Race(1).PenaltiesText, QStringLiteral("True"));
     }
 
     // The host edits the race; both clients end up with every field, propose their own tyre

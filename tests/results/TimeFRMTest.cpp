@@ -152,6 +152,22 @@ private slots:
         QCOMPARE(again.form->lblNum->text(), QString());
     }
 
+    void display_times_opens_one_window() {
+        Results results;
+        RecordTwoRaces(results);
+        FakeDialogs dialogs;
+        QWidget owner;
+        TimeFRM* first = TimeFRM::ShowFor(&owner, results, dialogs, {});
+        QVERIFY(first->isVisible());
+        QCOMPARE(TimeFRM::ShowFor(&owner, results, dialogs, {}), first);
+        QPointer<TimeFRM> closed = first;
+        first->close();
+        QTRY_VERIFY(!closed);
+        TimeFRM* second = TimeFRM::ShowFor(&owner, results, dialogs, {});
+        QVERIFY(second->isVisible());
+        QCOMPARE(second->lblNum->text(), QStringLiteral("Race Number: 2"));
+    }
+
     void export_menu() {
         Results results;
         RecordTwoRaces(results);
