@@ -29,6 +29,12 @@ namespace {
 // width), after the name column that starts at 0.
 constexpr int kTabStops[] = {87, 184, 242, 285, 323, 360, 391, 418};
 
+// A horizontal dialog unit in pixels. The stops were laid out for a narrow system font; the
+// fonts here run wider for the same average, so the unit is stretched to keep times whole.
+double DialogUnit(const QFont& font) {
+    return QFontMetrics(font).averageCharWidth() / 4.0 * 1.5;
+}
+
 // Draws a TAB-separated row in the list's tab-stop columns, as a tabbed list box does.
 class TabStopDelegate : public QStyledItemDelegate {
 public:
@@ -43,7 +49,7 @@ public:
         QStyle* style = plain.widget ? plain.widget->style() : QApplication::style();
         style->drawControl(QStyle::CE_ItemViewItem, &plain, painter, plain.widget);
 
-        const double unit = QFontMetrics(option.font).averageCharWidth() / 4.0;
+        const double unit = DialogUnit(option.font);
         painter->save();
         painter->setPen(option.palette.color(
             option.state & QStyle::State_Selected ? QPalette::HighlightedText : QPalette::Text));
@@ -98,7 +104,7 @@ TimeFRM::TimeFRM(Results& results, Dialogs& dialogs, Hooks hooks, QWidget* owner
     tList = new QListWidget(this);
     tList->setObjectName(QStringLiteral("tList"));
     tList->setItemDelegate(new TabStopDelegate(tList));
-    tList->setMinimumWidth(int(450 * QFontMetrics(font()).averageCharWidth() / 4.0));
+    tList->setMinimumWidth(int(450 * DialogUnit(font())));
     tList->viewport()->installEventFilter(this);
 
     Command2 = new QPushButton(tr("Refresh"), this);
