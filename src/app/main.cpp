@@ -41,8 +41,9 @@ int main(int argc, char** argv) {
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Multiplayer sessions for Duneholt Rally.\n\n"
-                       "-M:A:B:C:P starts at once: mode (0 host, 1 join), address, port, "
-                       "nickname, password."));
+                       "-M:A:B:C:P fills the start-up window: M is 1 to host at once, 2 to join "
+                       "at once, 3 to prepare hosting; A address, B port, C nickname, "
+                       "P password."));
     parser.addHelpOption();
     parser.addVersionOption();
     const QCommandLineOption config_option(
