@@ -6,7 +6,6 @@
 #include <QSocketNotifier>
 #include <QThread>
 #include <QTimer>
-
 #include <mutex>
 
 Q_LOGGING_CATEGORY(lcTransport, "tarvex.net.transport")
@@ -85,21 +84,20 @@ void EnetPump::Detach(quint32 reason) {
         any_connected = false;
         for (size_t i = 0; i < host->peerCount; ++i) {
             const auto state = host->peers[i].state;
-            any_connected |= state != ENET_PEER_STATE_DISCONNECTED && state != ENET_PEER_STATE_ZOMBIE;
+            any_connected |=
+                state != ENET_PEER_STATE_DISCONNECTED && state != ENET_PEER_STATE_ZOMBIE;
         }
     }
     m_host.reset();
     m_queue.clear();
 }
 
-bool EnetPump::SendPacket(ENetPeer* peer, const QByteArray& bytes, quint8 channel,
-                          bool reliable) {
+bool EnetPump::SendPacket(ENetPeer* peer, const QByteArray& bytes, quint8 channel, bool reliable) {
     if (!m_host || peer == nullptr || peer->state != ENET_PEER_STATE_CONNECTED) {
         return false;
     }
-    ENetPacket* packet =
-        enet_packet_create(bytes.constData(), size_t(bytes.size()),
-                           reliable ? ENET_PACKET_FLAG_RELIABLE : 0);
+    ENetPacket* packet = enet_packet_create(bytes.constData(), size_t(bytes.size()),
+                                            reliable ? ENET_PACKET_FLAG_RELIABLE : 0);
     if (packet == nullptr) {
         return false;
     }
