@@ -25,6 +25,18 @@ StartUp::~StartUp() {
     delete m_client;
 }
 
+ConnectFRM* StartUp::ConnectForm() const {
+    return m_connect;
+}
+
+ServerFRM* StartUp::ServerForm() const {
+    return m_server;
+}
+
+ClientFRM* StartUp::ClientForm() const {
+    return m_client;
+}
+
 bool StartUp::Start(const QString& command_line) {
     m_connect = new ConnectFRM(*m_logic);
     connect(m_connect, &ConnectFRM::programEnds, this, &StartUp::programEnds);

@@ -26,9 +26,9 @@ public:
     bool Start(const QString& command_line);
 
     ConnectLogic& Logic() { return *m_logic; }
-    ConnectFRM* ConnectForm() const { return m_connect; }
-    ServerFRM* ServerForm() const { return m_server; }
-    ClientFRM* ClientForm() const { return m_client; }
+    ConnectFRM* ConnectForm() const;
+    ServerFRM* ServerForm() const;
+    ClientFRM* ClientForm() const;
 
 signals:
     void programEnds();
