@@ -54,8 +54,8 @@ void ClientFRM::WelcomeReceived() {
     const int own = m_tarvex.LocalSlot;
     for (int slot = 0; slot < RowCount; ++slot) {
         for (QComboBox* list : {static_cast<QComboBox*>(m_rows->pCar[slot]),
-                              static_cast<QComboBox*>(m_rows->pTrans[slot]),
-                              static_cast<QComboBox*>(m_rows->pTyre[slot])}) {
+                                static_cast<QComboBox*>(m_rows->pTrans[slot]),
+                                static_cast<QComboBox*>(m_rows->pTyre[slot])}) {
             list->setEnabled(slot == own && m_tarvex.flags.RaceLaunched == 0);
         }
     }
@@ -67,7 +67,9 @@ void ClientFRM::WelcomeReceived() {
     emit welcomed();
 }
 
-void ClientFRM::AddLine(const QString& line) { m_tarvex.console.DisplayText(line); }
+void ClientFRM::AddLine(const QString& line) {
+    m_tarvex.console.DisplayText(line);
+}
 
 void ClientFRM::OnConnectComplete(dpn::ResultCode result) {
     const auto refusal = ConnectRefusalText(result);
@@ -84,9 +86,9 @@ void ClientFRM::OnSessionLost() {
     // The console has said why; the rows are empty and nothing in them can be chosen.
     for (int slot = 0; slot < RowCount; ++slot) {
         for (QComboBox* list : {static_cast<QComboBox*>(m_rows->pName[slot]),
-                              static_cast<QComboBox*>(m_rows->pCar[slot]),
-                              static_cast<QComboBox*>(m_rows->pTrans[slot]),
-                              static_cast<QComboBox*>(m_rows->pTyre[slot])}) {
+                                static_cast<QComboBox*>(m_rows->pCar[slot]),
+                                static_cast<QComboBox*>(m_rows->pTrans[slot]),
+                                static_cast<QComboBox*>(m_rows->pTyre[slot])}) {
             list->setEnabled(false);
         }
     }

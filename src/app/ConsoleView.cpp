@@ -20,7 +20,8 @@ void Append(QTextEdit* MainTXT, const QString& piece) {
 } // namespace
 
 void FollowConsole(ChatConsole& console, QTextEdit* MainTXT) {
-    MainTXT->setPlainText(QString(console.Text()).replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
+    MainTXT->setPlainText(
+        QString(console.Text()).replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
     QObject::connect(&console, &ChatConsole::Appended, MainTXT,
                      [MainTXT](const QString& piece) { Append(MainTXT, piece); });
 }

@@ -62,7 +62,8 @@ void ServerFRM::PrepareSession(int player_rows) {
 
 void ServerFRM::StartListing() {
     const Settings& s = m_tarvex.settings;
-    m_listing->SetBroadcastTarget(s.BroadcastAddress, static_cast<quint16>(s.BroadcastPort.toUInt()));
+    m_listing->SetBroadcastTarget(s.BroadcastAddress,
+                                  static_cast<quint16>(s.BroadcastPort.toUInt()));
     m_listing->SetListServer(s.ListServer);
     DoGTimer();
 }
@@ -71,7 +72,9 @@ void ServerFRM::DoGTimer() {
     m_listing->DoGTimer();
 }
 
-void ServerFRM::AddLine(const QString& line) { m_tarvex.console.DisplayText(line); }
+void ServerFRM::AddLine(const QString& line) {
+    m_tarvex.console.DisplayText(line);
+}
 
 void ServerFRM::closeEvent(QCloseEvent* event) {
     event->accept();

@@ -60,9 +60,13 @@ bool SessionHarness::StartHost(const QString& name, int player_limit, const QStr
     return false;
 }
 
-Player& SessionHarness::Join(const QString& name, const QString& password) {
+Player& SessionHarness::Join(const QString& name, const QString& password,
+                             const std::function<void(Player&)>& prepare) {
     m_clients.push_back(NewPlayer(name));
     Player& player = *m_clients.back();
+    if (prepare) {
+        prepare(player);
+    }
     Tarvex& client = *player.tarvex;
     client.SessionPassword = password;
     if (client.client().Connect(QStringLiteral("127.0.0.1"), m_port, name, password)) {

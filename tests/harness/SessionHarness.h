@@ -33,7 +33,9 @@ public:
     bool StartHost(const QString& name, int player_limit = 12, const QString& password = {});
     // Connects a new client and waits until the host's welcome has seated it. The player is
     // returned either way; `Welcomed()` on its client side tells whether it got in.
-    Player& Join(const QString& name, const QString& password = {});
+    // `prepare` runs on the new copy before it connects (to open its windows, say).
+    Player& Join(const QString& name, const QString& password = {},
+                 const std::function<void(Player&)>& prepare = {});
     // The client closes its session; waits until the host has freed its slot.
     bool Leave(Player& player);
 

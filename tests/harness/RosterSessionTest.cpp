@@ -43,7 +43,7 @@ bool ConsoleEndsWith(const Tarvex* copy, const QString& line) {
 
 } // namespace
 
-class SessionTest : public QObject {
+class RosterSessionTest : public QObject {
     Q_OBJECT
 
 private slots:
@@ -233,5 +233,5 @@ private slots:
     }
 };
 
-TARVEX_TEST(SessionTest);
-#include "SessionTest.moc"
+TARVEX_TEST(RosterSessionTest);
+#include "RosterSessionTest.moc"
