@@ -53,9 +53,7 @@ void ClientFRM::WelcomeReceived() {
     // Only the own row's lists are ours to change.
     const int own = m_tarvex.LocalSlot;
     for (int slot = 0; slot < RowCount; ++slot) {
-        for (QComboBox* list : {static_cast<QComboBox*>(m_rows->pCar[slot]),
-                                static_cast<QComboBox*>(m_rows->pTrans[slot]),
-                                static_cast<QComboBox*>(m_rows->pTyre[slot])}) {
+        for (QComboBox* list : {m_rows->pCar[slot], m_rows->pTrans[slot], m_rows->pTyre[slot]}) {
             list->setEnabled(slot == own && m_tarvex.flags.RaceLaunched == 0);
         }
     }
@@ -85,10 +83,8 @@ void ClientFRM::OnConnectComplete(dpn::ResultCode result) {
 void ClientFRM::OnSessionLost() {
     // The console has said why; the rows are empty and nothing in them can be chosen.
     for (int slot = 0; slot < RowCount; ++slot) {
-        for (QComboBox* list : {static_cast<QComboBox*>(m_rows->pName[slot]),
-                                static_cast<QComboBox*>(m_rows->pCar[slot]),
-                                static_cast<QComboBox*>(m_rows->pTrans[slot]),
-                                static_cast<QComboBox*>(m_rows->pTyre[slot])}) {
+        for (QComboBox* list :
+             {m_rows->pName[slot], m_rows->pCar[slot], m_rows->pTrans[slot], m_rows->pTyre[slot]}) {
             list->setEnabled(false);
         }
     }

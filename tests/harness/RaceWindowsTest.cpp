@@ -99,6 +99,21 @@ private slots:
         QCOMPARE(Label(*client, "lblNumPlayer"), QString());
         QVERIFY(!client->Rows().pName[1]->isEnabled());
         QCOMPARE(client->Rows().pName[1]->currentText(), QStringLiteral("Open"));
+
+        // A newcomer during a race learns it from the welcome and waits it out.
+        host->flags.RaceLaunched = 1;
+        std::unique_ptr<ClientFRM> late;
+        Player& bob = session.Join(QStringLiteral("Bob"), {}, [&](Player& player) {
+            player->flags.StartGiven = 1;
+            late = std::make_unique<ClientFRM>(*player);
+            late->setAttribute(Qt::WA_DeleteOnClose, false);
+        });
+        QVERIFY(late->Welcomed());
+        QCOMPARE(int(bob->LocalSlot), 1);
+        QCOMPARE(bob->flags.RaceLaunched, std::uint8_t(1));
+        QCOMPARE(bob->flags.StartGiven, std::uint8_t(0));
+        QCOMPARE(Label(*late, "lblStatus"), QStringLiteral("Status: Race in Session"));
+        QVERIFY(!late->Rows().pCar[1]->isEnabled());
     }
 };
 

@@ -231,6 +231,72 @@ private slots:
         QCOMPARE(cy_states.size(), 0);
         QCOMPARE(ann_progress.size(), 0);
     }
+
+    // What each side does with race messages: times and false starts go to everyone, but a
+    // player's own false start is not reported back to it; votes stay with the host; the clock
+    // exchange ends with the client's empty answer, which the host ignores.
+    void RelaysRaceMessages() {
+        SessionHarness session;
+        QVERIFY(session.StartHost(QStringLiteral("Hostess"), 3));
+        Player& host = session.Host();
+        Player& ann = session.Join(QStringLiteral("Ann"));
+        Player& bob = session.Join(QStringLiteral("Bob"));
+        QVERIFY(bob->client_side().Welcomed());
+
+        QSignalSpy host_times(&host->server_side(), &ServerSide::TimeReceived);
+        QSignalSpy bob_times(&bob->client_side(), &ClientSide::TimeReceived);
+        QSignalSpy ann_times(&ann->client_side(), &ClientSide::TimeReceived);
+        QSignalSpy host_false(&host->server_side(), &ServerSide::FalseStartReceived);
+        QSignalSpy ann_false(&ann->client_side(), &ClientSide::FalseStartReceived);
+        QSignalSpy bob_false(&bob->client_side(), &ClientSide::FalseStartReceived);
+        QSignalSpy votes(&host->server_side(), &ServerSide::VoteReceived);
+        QSignalSpy bob_restart(&bob->client_side(), &ClientSide::RestartCalled);
+        QSignalSpy ann_clock(&ann->client_side(), &ClientSide::HostClock);
+        QSignalSpy bob_start(&bob->client_side(), &ClientSide::StartSignal);
+        QSignalSpy bob_race(&bob->client_side(), &ClientSide::RaceStateReceived);
+
+        host.platform.clock->Set(123456);
+        ann->client_side().SendTime(MessageType::Split2, 42.5f);
+        ann->client_side().SendFStart();
+        ann->client_side().VoteRestart();
+        ann->client_side().SendSync();
+        host->server_side().SendRaceState(1);
+        host->server_side().StartRace();
+        host->server_side().DoRestart();
+        host->server_side().SendTime(MessageType::Finish, 83.25f);
+
+        QVERIFY(SessionHarness::WaitFor([&] { return bob_restart.size() == 1; }));
+        QVERIFY(SessionHarness::WaitFor([&] { return ann_clock.size() == 1; }));
+        QVERIFY(SessionHarness::WaitFor([&] { return bob_times.size() == 2; }));
+        QVERIFY(SessionHarness::WaitFor([&] { return ann_times.size() == 2; }));
+        QVERIFY(SessionHarness::WaitFor([&] { return bob_false.size() == 1; }));
+        QCOMPARE(ann_clock[0][0].value<std::int32_t>(), 123456);
+        QCOMPARE(host_times.size(), 1);
+        const auto split = host_times[0][0].value<TimeMsg>();
+        QCOMPARE(split.kind, MessageType::Split2);
+        QCOMPARE(int(split.slot), 1);
+        QCOMPARE(split.time, 42.5f);
+        std::map<int, float> at_bob;
+        for (const QList<QVariant>& signal : bob_times) {
+            const auto time = signal[0].value<TimeMsg>();
+            at_bob[time.slot] = time.time;
+        }
+        QCOMPARE(at_bob, (std::map<int, float>{{0, 83.25f}, {1, 42.5f}}));
+        QCOMPARE(host_false.size(), 1);
+        QCOMPARE(bob_false[0][0].toInt(), 1);
+        QCOMPARE(votes.size(), 1);
+        QCOMPARE(votes[0][0].toInt(), 1);
+        QCOMPARE(bob_start.size(), 1);
+        QCOMPARE(bob->flags.StartGiven, std::uint8_t(1));
+        QCOMPARE(bob_race.size(), 1);
+
+        // Ann's own false start and Ann's vote never come back to anyone.
+        host->server_side().SendMsg(QStringLiteral("end"));
+        QVERIFY(SessionHarness::WaitFor(
+            [&] { return ConsoleEndsWith(ann.tarvex.get(), QStringLiteral("<Hostess> end")); }));
+        QCOMPARE(ann_false.size(), 0);
+        QCOMPARE(votes.size(), 1);
+    }
 };
 
 TARVEX_TEST(RosterSessionTest);
