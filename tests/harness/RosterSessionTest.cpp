@@ -230,6 +230,9 @@ private slots:
             [&] { return ConsoleEndsWith(cy.tarvex.get(), QStringLiteral("<Hostess> done")); }));
         QCOMPARE(cy_states.size(), 0);
         QCOMPARE(ann_progress.size(), 0);
+        QCOMPARE(ann_states.size(), 1);
+        QCOMPARE(bob_states.size(), 2);
+        QCOMPARE(cy_progress.size(), 2);
     }
 
     // What each side does with race messages: times and false starts go to everyone, but a
