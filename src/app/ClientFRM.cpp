@@ -44,8 +44,7 @@ ClientFRM::ClientFRM(Tarvex& tarvex, QWidget* parent)
 
 void ClientFRM::WelcomeReceived() {
     m_welcomed = true;
-    m_lblNumPlayer->setText(
-        QStringLiteral("Player(s): 1/%1").arg(m_tarvex.client().PlayerLimit()));
+    m_lblNumPlayer->setText(QStringLiteral("Player(s): 1/%1").arg(m_tarvex.client().PlayerLimit()));
     m_lblServerName->setText(QStringLiteral("Server Name: ") +
                              m_tarvex.client().GetApplicationDesc());
     m_lblStatus->setText(QStringLiteral("Status: Idle"));

@@ -61,7 +61,8 @@ void ServerFRM::PrepareSession(int player_rows) {
 
 void ServerFRM::StartListing() {
     const Settings& s = m_tarvex.settings;
-    m_listing->SetBroadcastTarget(s.BroadcastAddress, static_cast<quint16>(s.BroadcastPort.toUInt()));
+    m_listing->SetBroadcastTarget(s.BroadcastAddress,
+                                  static_cast<quint16>(s.BroadcastPort.toUInt()));
     m_listing->SetListServer(s.ListServer);
     DoGTimer();
 }
