@@ -6,7 +6,6 @@
 
 #include <QCoreApplication>
 #include <QTimer>
-
 #include <algorithm>
 
 namespace tarvex {

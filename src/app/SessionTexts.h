@@ -3,7 +3,6 @@
 #include "net/transport/ResultCodes.h"
 
 #include <QString>
-
 #include <optional>
 
 namespace tarvex {

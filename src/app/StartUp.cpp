@@ -71,7 +71,11 @@ void StartUp::ServerStarted() {
 }
 
 void StartUp::PrepareClient() {
-    // A window left from a refused attempt is already on its way out.
+    // A window left from a refused attempt must be gone before the next attempt starts: its
+    // closing releases the session.
+    if (m_client) {
+        m_client->close();
+    }
     m_client = new ClientFRM(m_tarvex);
     connect(m_client, &ClientFRM::refused, m_logic, &ConnectLogic::SFull);
     connect(m_client, &ClientFRM::welcomed, this, &StartUp::HandOverToClient);

@@ -195,6 +195,35 @@ private slots:
         QVERIFY(clients[0]->terminations.isEmpty());
     }
 
+    // A handler that spins the event loop (as waiting does) is never interrupted by the next
+    // event; that one comes after it, in order.
+    void eventsNeverNest() {
+        RecordingHost host;
+        const quint16 port = host.Open();
+        QVERIFY(port != 0);
+        RecordingClient client;
+        QCOMPARE(client.Join(port, QStringLiteral("Bob")), 0u);
+
+        int depth = 0;
+        int deepest = 0;
+        QList<QByteArray> order;
+        connect(&host.session, &HostSession::Receive, this,
+                [&](dpn::PlayerId, const QByteArray& bytes) {
+                    deepest = std::max(deepest, ++depth);
+                    order << bytes;
+                    if (bytes == "first") {
+                        QTest::qWait(100);
+                    }
+                    --depth;
+                });
+        client.session.Send("first", 0, dpn::SendReliable);
+        client.session.Send("second", 0, dpn::SendReliable);
+        client.session.Send("third", 0, dpn::SendUnreliable);
+        QTRY_COMPARE(order.size(), 3);
+        QCOMPARE(deepest, 1);
+        QCOMPARE(order, (QList<QByteArray>{"first", "second", "third"}));
+    }
+
     // Everything a joining client sends passes through a relay here; the password must not.
     void passwordNeverCrossesTheWire() {
         RecordingHost host;

@@ -16,6 +16,7 @@ namespace {
 // Often enough for ENet's retransmits (its shortest wait is tens of milliseconds) and pings;
 // the socket notifier, not this timer, carries the received traffic.
 constexpr int RetransmitIntervalMs = 20;
+constexpr size_t MaximumMessageBytes = 256 * 1024;
 } // namespace
 
 bool EnsureEnetInitialised() {
@@ -45,6 +46,9 @@ EnetPump::~EnetPump() {
 
 void EnetPump::Attach(EnetHostPtr host) {
     m_host = std::move(host);
+    // Session messages are small (the largest, a welcome to a full session, is a few
+    // kilobytes); a peer that announces megabytes is not one of ours and gets nothing buffered.
+    m_host->maximumPacketSize = MaximumMessageBytes;
     m_queue.clear();
     m_notifier = new QSocketNotifier(m_host->socket, QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, [this] { Service(); });
