@@ -32,7 +32,7 @@ private slots:
             << false << 0x10001u << true << Encode(DoRestartMsg{})
             << "received from 0x00010001 DoRestart 13";
         QTest::newRow("empty answer")
-            << false << 0x10002u << false << QByteArray() << "received from 0x00010002 (empty) ";
+            << false << 0x10002u << false << QByteArray() << "received from 0x00010002 (empty)";
         QTest::newRow("unknown type") << false << 0x10002u << false << QByteArray("\x63\x01", 2)
                                       << "received from 0x00010002 unknown 63 01";
     }
