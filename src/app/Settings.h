@@ -3,7 +3,6 @@
 #include "race/RaceSettings.h"
 
 #include <QString>
-
 #include <array>
 #include <cstdint>
 

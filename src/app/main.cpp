@@ -1,17 +1,88 @@
+#include "app/QtDialogs.h"
+#include "app/SettingsFile.h"
+#include "app/StartCommand.h"
+#include "app/StartUp.h"
 #include "app/Tarvex.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QTextStream>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+using namespace tarvex;
+
+// Options that only print something: they must work without a display.
+bool WantsConsoleOnly(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        for (const char* option :
+             {"--print-settings", "--help", "-h", "--help-all", "--version", "-v"}) {
+            if (std::strcmp(argv[i], option) == 0) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+} // namespace
 
 int main(int argc, char** argv) {
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Tarvex"));
-    QApplication::setApplicationVersion(QStringLiteral(TARVEX_VERSION));
+    const bool console_only = WantsConsoleOnly(argc, argv);
+    std::unique_ptr<QCoreApplication> app;
+    if (console_only) {
+        app = std::make_unique<QCoreApplication>(argc, argv);
+    } else {
+        app = std::make_unique<QApplication>(argc, argv);
+    }
+    QCoreApplication::setApplicationName(QStringLiteral("Tarvex"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(TARVEX_VERSION));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Multiplayer sessions for Duneholt Rally."));
+    parser.setApplicationDescription(
+        QStringLiteral("Multiplayer sessions for Duneholt Rally.\n\n"
+                       "-M:A:B:C:P fills the start-up window: M is 1 to host at once, 2 to join "
+                       "at once, 3 to prepare hosting; A address, B port, C nickname, "
+                       "P password."));
     parser.addHelpOption();
     parser.addVersionOption();
-    parser.process(app);
-    return 0;
+    const QCommandLineOption config_option(
+        QStringLiteral("config"),
+        QStringLiteral("Keep Tarvex.ini and template.htm in <folder> instead of the program "
+                       "folder."),
+        QStringLiteral("folder"));
+    const QCommandLineOption print_option(
+        QStringLiteral("print-settings"),
+        QStringLiteral("Print the effective settings, one key per line, and exit."));
+    parser.addOption(config_option);
+    parser.addOption(print_option);
+    // The quick-start argument looks like an option to the parser; it is read by the start-up
+    // window, so unknown options are not an error here.
+    parser.parse(QCoreApplication::arguments());
+    if (parser.isSet(QStringLiteral("help"))) {
+        parser.showHelp(0);
+    }
+    if (parser.isSet(QStringLiteral("version"))) {
+        parser.showVersion();
+    }
+
+    const QString folder =
+        ProgramFolder(parser.value(config_option), QCoreApplication::applicationDirPath());
+    Platform platform = Platform::Native();
+    if (!console_only) {
+        platform.dialogs = std::make_shared<QtDialogs>();
+    }
+    Tarvex tarvex(std::move(platform), folder);
+
+    if (parser.isSet(print_option)) {
+        LoadSettings(tarvex, LoadMode::Quiet);
+        QTextStream out(stdout);
+        PrintSettings(tarvex, out);
+        return 0;
+    }
+    QStringList arguments = QCoreApplication::arguments();
+    return RunStartUp(tarvex, TakeStartCommand(arguments));
 }

@@ -467,38 +467,4 @@ std::optional<SyncReplyMsg> SyncReplyMsg::decode(WireReader& r) {
     return Complete(r, msg);
 }
 
-QByteArray ListingDatagram::ToBytes() const {
-    WireWriter w;
-    w.U8(Kind);
-    w.U8(player_limit);
-    w.U8(player_count);
-    w.I32(port);
-    w.Text(server_name);
-    w.Text(host_name);
-    w.U8(passworded);
-    w.U8(racing);
-    w.U8(stage_id);
-    w.U8(EndMark);
-    return w.Take();
-}
-
-std::optional<ListingDatagram> ListingDatagram::FromBytes(QByteArrayView bytes) {
-    WireReader r(bytes);
-    const std::uint8_t kind = r.U8();
-    ListingDatagram datagram;
-    datagram.player_limit = r.U8();
-    datagram.player_count = r.U8();
-    datagram.port = r.I32();
-    datagram.server_name = r.Text();
-    datagram.host_name = r.Text();
-    datagram.passworded = r.U8();
-    datagram.racing = r.U8();
-    datagram.stage_id = r.U8();
-    const std::uint8_t end = r.U8();
-    if (kind != Kind || end != EndMark) {
-        return std::nullopt;
-    }
-    return Complete(r, std::move(datagram));
-}
-
 } // namespace tarvex

@@ -337,24 +337,4 @@ QByteArray Encode(const Msg& msg) {
     return w.Take();
 }
 
-// Not a session message: the UDP datagram that announces a public session, built with the same
-// encoding.
-// kind u8 (5), player limit u8, player count u8, port i32, server name text, host name text,
-// passworded u8, racing u8 (1 before the start signal, 2 after), stage id u8, end mark u8 (255)
-struct ListingDatagram {
-    static constexpr std::uint8_t Kind = 5;
-    static constexpr std::uint8_t EndMark = 255;
-    std::uint8_t player_limit = 0;
-    std::uint8_t player_count = 0;
-    std::int32_t port = 0;
-    QString server_name;
-    QString host_name;
-    std::uint8_t passworded = 0;
-    std::uint8_t racing = 1;
-    std::uint8_t stage_id = 0;
-
-    QByteArray ToBytes() const;
-    static std::optional<ListingDatagram> FromBytes(QByteArrayView bytes);
-};
-
 } // namespace tarvex

@@ -11,12 +11,16 @@ void TraceMessage(TraceDirection direction, std::uint32_t peer, bool from_host,
     if (!NetTrace().isDebugEnabled()) {
         return;
     }
-    const char* name =
-        bytes.isEmpty() ? "(empty)" : MessageTypeName(std::uint8_t(bytes[0]), from_host);
-    qCDebug(NetTrace).noquote().nospace()
-        << (direction == TraceDirection::Sent ? "sent to " : "received from ") << "0x"
-        << QString::number(peer, 16).rightJustified(8, u'0') << ' ' << name << ' '
-        << bytes.toByteArray().toHex(' ');
+    QString line = (direction == TraceDirection::Sent ? QStringLiteral("sent to 0x")
+                                                      : QStringLiteral("received from 0x")) +
+                   QString::number(peer, 16).rightJustified(8, u'0') + u' ';
+    if (bytes.isEmpty()) {
+        line += QStringLiteral("(empty)");
+    } else {
+        line += QLatin1String(MessageTypeName(std::uint8_t(bytes[0]), from_host)) + u' ' +
+                QString::fromLatin1(bytes.toByteArray().toHex(' '));
+    }
+    qCDebug(NetTrace).noquote() << line;
 }
 
 } // namespace tarvex

@@ -1,5 +1,7 @@
 #include "net/Wire.h"
 
+#include "net/transport/BufferString.h"
+
 #include <bit>
 #include <cstring>
 
@@ -31,17 +33,7 @@ void WireWriter::Raw(QByteArrayView bytes) {
 }
 
 void WireWriter::Text(const QString& text) {
-    QByteArray utf8 = text.toUtf8();
-    if (std::size_t(utf8.size()) > MaxTextBytes) {
-        qsizetype cut = qsizetype(MaxTextBytes);
-        // Back up over continuation bytes so the cut never splits a character.
-        while (cut > 0 && (std::uint8_t(utf8[cut]) & 0xC0) == 0x80) {
-            --cut;
-        }
-        utf8.truncate(cut);
-    }
-    I16(std::int16_t(std::uint16_t(utf8.size())));
-    m_bytes.append(utf8);
+    AppendBufferString(m_bytes, text);
 }
 
 const std::uint8_t* WireReader::Take(std::size_t size) {

@@ -12,15 +12,13 @@ namespace tarvex {
 // order never leaks onto the wire.
 class WireWriter {
 public:
-    // Text fields carry a 16-bit byte count, so longer texts are cut (on a character boundary).
-    static constexpr std::size_t MaxTextBytes = 0xFFFF;
-
     void U8(std::uint8_t value);
     void I16(std::int16_t value);
     void I32(std::int32_t value);
     void F32(float value);
     void Raw(QByteArrayView bytes);
-    // Unsigned 16-bit byte count, then the UTF-8 bytes.
+    // The transport's text field: unsigned 16-bit byte count, then the UTF-8 bytes; a text too
+    // long for the count is cut on a character boundary.
     void Text(const QString& text);
 
     const QByteArray& Bytes() const { return m_bytes; }

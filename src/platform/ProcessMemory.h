@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -20,8 +19,7 @@ struct MemoryRegion {
 class ProcessMemory {
 public:
     virtual ~ProcessMemory() = default;
-    virtual bool Read(std::uint32_t pid, std::uint32_t address, void* buffer,
-                      std::size_t size) = 0;
+    virtual bool Read(std::uint32_t pid, std::uint32_t address, void* buffer, std::size_t size) = 0;
     // Reads every region in one go; true only when all of them were read completely.
     virtual bool ReadGroup(std::uint32_t pid, std::span<const MemoryRegion> regions) = 0;
     virtual bool Write(std::uint32_t pid, std::uint32_t address, const void* data,

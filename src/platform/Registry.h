@@ -15,6 +15,8 @@ public:
     virtual ~Registry() = default;
     virtual QVariant Value(RegistryRoot root, const QString& key_path,
                            const QString& value_name) const = 0;
+    // A file path as the registry stores it, turned into a path on this system.
+    virtual QString NativePath(const QString& registry_path) const { return registry_path; }
 };
 
 } // namespace tarvex

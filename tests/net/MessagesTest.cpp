@@ -321,44 +321,6 @@ private slots:
         QFETCH(Reencoder, reencode);
         QVERIFY(!reencode(bytes));
     }
-
-    void PacksTheListingDatagram() {
-        ListingDatagram datagram;
-        datagram.player_limit = 8;
-        datagram.player_count = 3;
-        datagram.port = 2005;
-        datagram.server_name = QStringLiteral("Friday");
-        datagram.host_name = QStringLiteral("Ann");
-        datagram.passworded = 1;
-        datagram.racing = 2;
-        datagram.stage_id = 15;
-        const QByteArray expected =
-            Hex("05 08 03 d5070000 0600 467269646179 0300 416e6e 01 02 0f ff");
-        QCOMPARE(datagram.ToBytes().toHex(' '), expected.toHex(' '));
-
-        const std::optional<ListingDatagram> back = ListingDatagram::FromBytes(expected);
-        QVERIFY(back);
-        QCOMPARE(back->ToBytes(), expected);
-        for (qsizetype size = 0; size < expected.size(); ++size) {
-            QVERIFY(!ListingDatagram::FromBytes(expected.left(size)));
-        }
-        QByteArray no_end_mark = expected;
-        no_end_mark.back() = 0;
-        QVERIFY(!ListingDatagram::FromBytes(no_end_mark));
-    }
-
-    // A text too long for its 16-bit count is cut on a character boundary, never mid-character.
-    void CutsOverlongTextOnACharacter() {
-        const QString text = QString(WireWriter::MaxTextBytes / 2 + 1, QChar(0x00e9));
-        WireWriter w;
-        w.Text(text);
-        const QByteArray bytes = w.Bytes();
-        QCOMPARE(bytes.size(), 2 + 0xFFFE);
-        QCOMPARE(bytes.left(2), Hex("feff"));
-        WireReader r(bytes);
-        QCOMPARE(r.Text(), QString(0xFFFE / 2, QChar(0x00e9)));
-        QVERIFY(r.ok() && r.AtEnd());
-    }
 };
 
 TARVEX_TEST(MessagesTest);

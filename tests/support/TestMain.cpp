@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QStandardPaths>
 #include <QTest>
-
 #include <memory>
 #include <vector>
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QObject>
-
 #include <functional>
 
 // Lets one test executable per subsystem hold many test classes: each class registers itself

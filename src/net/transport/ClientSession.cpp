@@ -23,8 +23,7 @@ ClientSession::~ClientSession() {
     CloseClient();
 }
 
-void ClientSession::Fail(const QString& title, dpn::ResultCode code,
-                         const QString& description) {
+void ClientSession::Fail(const QString& title, dpn::ResultCode code, const QString& description) {
     const QString text =
         QStringLiteral("Error 0x") + dpn::HexCode(code) + QStringLiteral(": ") + description;
     qCWarning(lcTransport).noquote() << title << text;
@@ -60,7 +59,8 @@ bool ClientSession::Connect(const QString& address, quint16 port, const QString&
     }
     ENetAddress target;
     target.port = port;
-    if (enet_address_set_host(&target, address.toUtf8().constData()) != 0) {
+    if (address.trimmed().isEmpty() ||
+        enet_address_set_host(&target, address.toUtf8().constData()) != 0) {
         Fail(QStringLiteral("mdlDirectPlayConnect"), dpn::DPNERR_ADDRESSING,
              QStringLiteral("The address \"%1\" could not be found.").arg(address));
         return false;

@@ -5,7 +5,6 @@
 
 #include <QElapsedTimer>
 #include <QString>
-
 #include <memory>
 
 namespace tarvex {
@@ -33,8 +32,7 @@ public:
     // otherwise. A start failure (an address that cannot be resolved) shows the critical box
     // titled "mdlDirectPlayConnect" and returns false; the outcome of a started attempt is
     // ConnectComplete.
-    bool Connect(const QString& address, quint16 port, const QString& name,
-                 const QString& password,
+    bool Connect(const QString& address, quint16 port, const QString& name, const QString& password,
                  const QString& application_guid = QLatin1String(dpn::ApplicationGuid));
     // Sends to the host; `flags` as for HostSession::SendTo. Ignored unless admitted.
     void Send(const QByteArray& bytes, quint32 timeout_ms, quint32 flags);

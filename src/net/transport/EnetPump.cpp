@@ -6,7 +6,6 @@
 #include <QSocketNotifier>
 #include <QThread>
 #include <QTimer>
-
 #include <mutex>
 
 Q_LOGGING_CATEGORY(lcTransport, "tarvex.net.transport")
@@ -17,6 +16,7 @@ namespace {
 // Often enough for ENet's retransmits (its shortest wait is tens of milliseconds) and pings;
 // the socket notifier, not this timer, carries the received traffic.
 constexpr int RetransmitIntervalMs = 20;
+constexpr size_t MaximumMessageBytes = 256 * 1024;
 } // namespace
 
 bool EnsureEnetInitialised() {
@@ -46,6 +46,9 @@ EnetPump::~EnetPump() {
 
 void EnetPump::Attach(EnetHostPtr host) {
     m_host = std::move(host);
+    // Session messages are small (the largest, a welcome to a full session, is a few
+    // kilobytes); a peer that announces megabytes is not one of ours and gets nothing buffered.
+    m_host->maximumPacketSize = MaximumMessageBytes;
     m_queue.clear();
     m_notifier = new QSocketNotifier(m_host->socket, QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, [this] { Service(); });
@@ -85,21 +88,20 @@ void EnetPump::Detach(quint32 reason) {
         any_connected = false;
         for (size_t i = 0; i < host->peerCount; ++i) {
             const auto state = host->peers[i].state;
-            any_connected |= state != ENET_PEER_STATE_DISCONNECTED && state != ENET_PEER_STATE_ZOMBIE;
+            any_connected |=
+                state != ENET_PEER_STATE_DISCONNECTED && state != ENET_PEER_STATE_ZOMBIE;
         }
     }
     m_host.reset();
     m_queue.clear();
 }
 
-bool EnetPump::SendPacket(ENetPeer* peer, const QByteArray& bytes, quint8 channel,
-                          bool reliable) {
+bool EnetPump::SendPacket(ENetPeer* peer, const QByteArray& bytes, quint8 channel, bool reliable) {
     if (!m_host || peer == nullptr || peer->state != ENET_PEER_STATE_CONNECTED) {
         return false;
     }
-    ENetPacket* packet =
-        enet_packet_create(bytes.constData(), size_t(bytes.size()),
-                           reliable ? ENET_PACKET_FLAG_RELIABLE : 0);
+    ENetPacket* packet = enet_packet_create(bytes.constData(), size_t(bytes.size()),
+                                            reliable ? ENET_PACKET_FLAG_RELIABLE : 0);
     if (packet == nullptr) {
         return false;
     }

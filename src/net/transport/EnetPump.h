@@ -2,10 +2,8 @@
 
 #include <QByteArray>
 #include <QObject>
-
-#include <enet/enet.h>
-
 #include <deque>
+#include <enet/enet.h>
 #include <memory>
 
 class QSocketNotifier;

@@ -41,8 +41,7 @@ QByteArray NewNonce() {
 }
 
 QByteArray PasswordProof(const QByteArray& nonce, const QString& password) {
-    return QMessageAuthenticationCode::hash(nonce, password.toUtf8(),
-                                            QCryptographicHash::Sha256);
+    return QMessageAuthenticationCode::hash(nonce, password.toUtf8(), QCryptographicHash::Sha256);
 }
 
 QByteArray BuildChallenge(const QByteArray& nonce) {

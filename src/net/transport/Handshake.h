@@ -4,7 +4,6 @@
 
 #include <QByteArray>
 #include <QString>
-
 #include <optional>
 
 // The join handshake that runs inside a fresh connection before the host admits a player:
@@ -53,9 +52,9 @@ std::optional<Accept> ParseAccept(const QByteArray& packet);
 // What the host knows when a Hello arrives.
 struct Admission {
     QByteArray nonce;
-    QString password;  // empty: the session has none
-    int player_count;  // players in the session now, the host included
-    int player_limit;  // the most players the session takes, the host included
+    QString password; // empty: the session has none
+    int player_count; // players in the session now, the host included
+    int player_limit; // the most players the session takes, the host included
 };
 
 // The host's verdict on a Hello: DPN_OK to admit, else the refusal code. The order is the

@@ -31,8 +31,8 @@ HostSession::~HostSession() {
 bool HostSession::InitServer(const QString& session_name, int player_limit, quint16 port,
                              const QString& password) {
     auto fail = [this](dpn::ResultCode code, const QString& description) {
-        const QString text = QStringLiteral("Error 0x") + dpn::HexCode(code) +
-                             QStringLiteral(": ") + description;
+        const QString text =
+            QStringLiteral("Error 0x") + dpn::HexCode(code) + QStringLiteral(": ") + description;
         qCWarning(lcTransport).noquote() << "InitServer:" << text;
         if (m_dialogs) {
             m_dialogs->MessageBox(QStringLiteral("InitServer"), text, Dialogs::Icon::Critical);
@@ -190,8 +190,8 @@ void HostSession::OnHandshake(ENetPeer* peer, Peer& state, const QByteArray& byt
         Refuse(peer, dpn::DPNERR_INVALIDAPPLICATION);
         return;
     }
-    const dpn::ResultCode verdict = handshake::Admit(
-        *hello, {state.nonce, m_password, PlayerCount(), m_player_limit});
+    const dpn::ResultCode verdict =
+        handshake::Admit(*hello, {state.nonce, m_password, PlayerCount(), m_player_limit});
     if (verdict != dpn::DPN_OK) {
         Refuse(peer, verdict);
         return;

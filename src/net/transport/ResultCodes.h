@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-
 #include <cstdint>
 
 // The numbers the rest of Tarvex speaks with its session layer. They keep the values of the

@@ -4,7 +4,6 @@
 
 #include <QByteArray>
 #include <QMap>
-
 #include <cstring>
 
 namespace tarvex {

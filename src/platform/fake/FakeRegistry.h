@@ -20,8 +20,7 @@ public:
 
 private:
     static QString Key(RegistryRoot root, const QString& key_path, const QString& value_name) {
-        return QString::number(int(root)) + u'|' + key_path.toLower() + u'|' +
-               value_name.toLower();
+        return QString::number(int(root)) + u'|' + key_path.toLower() + u'|' + value_name.toLower();
     }
 
     QHash<QString, QVariant> m_values;

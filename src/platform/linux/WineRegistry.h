@@ -14,6 +14,8 @@ public:
 
     QVariant Value(RegistryRoot root, const QString& key_path,
                    const QString& value_name) const override;
+    // C:\Games\Duneholt Rally is the prefix's dosdevices/c:/Games/Duneholt Rally.
+    QString NativePath(const QString& registry_path) const override;
 
     // Looks a value up in the text of one hive file. Exposed for tests.
     static QVariant ValueFromHive(const QByteArray& hive, const QString& key_path,

@@ -1,0 +1,112 @@
+#include "app/ClientFRM.h"
+
+#include "app/ConsoleView.h"
+#include "app/PlayerRows.h"
+#include "app/SessionTexts.h"
+#include "app/SettingsFile.h"
+#include "app/Tarvex.h"
+
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QCoreApplication>
+#include <QLabel>
+#include <QTextEdit>
+#include <QVBoxLayout>
+
+namespace tarvex {
+
+ClientFRM::ClientFRM(Tarvex& tarvex, QWidget* parent)
+    : QWidget(parent)
+    , m_tarvex(tarvex)
+    , m_rows(new PlayerRows(tarvex.roster, false, this))
+    , m_lblServerName(new QLabel(this))
+    , m_lblStatus(new QLabel(this))
+    , m_MainTXT(new QTextEdit(this)) {
+    setObjectName(QStringLiteral("ClientFRM"));
+    setAttribute(Qt::WA_DeleteOnClose);
+    setWindowTitle(QStringLiteral("Tarvex - Client"));
+    m_lblServerName->setObjectName(QStringLiteral("lblServerName"));
+    m_lblStatus->setObjectName(QStringLiteral("lblStatus"));
+    m_MainTXT->setObjectName(QStringLiteral("MainTXT"));
+    m_MainTXT->setReadOnly(true);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(m_lblServerName);
+    layout->addWidget(m_lblStatus);
+    layout->addWidget(m_rows);
+    layout->addWidget(m_MainTXT);
+
+    ClientSession& client = m_tarvex.client();
+    connect(&client, &ClientSession::ConnectComplete, this, &ClientFRM::OnConnectComplete);
+    ClientSide& side = m_tarvex.client_side();
+    m_rows->Follow(&side);
+    connect(&side, &ClientSide::Welcome, this, &ClientFRM::WelcomeReceived);
+    connect(&side, &ClientSide::SessionLost, this, &ClientFRM::OnSessionLost);
+    FollowConsole(m_tarvex.console, m_MainTXT);
+    // Abandoning an attempt or leaving closes the window that received the session's events.
+    connect(&client, &ClientSession::Closed, this, &QWidget::close);
+}
+
+void ClientFRM::WelcomeReceived() {
+    m_welcomed = true;
+    m_rows->RefreshAll();
+    // Only the own row's lists are ours to change.
+    const int own = m_tarvex.LocalSlot;
+    for (int slot = 0; slot < RowCount; ++slot) {
+        for (QComboBox* list : {m_rows->pCar[slot], m_rows->pTrans[slot], m_rows->pTyre[slot]}) {
+            list->setEnabled(slot == own && m_tarvex.flags.RaceLaunched == 0);
+        }
+    }
+    m_lblServerName->setText(QStringLiteral("Server Name: ") +
+                             m_tarvex.client().GetApplicationDesc());
+    m_lblStatus->setText(m_tarvex.flags.RaceLaunched == 1
+                             ? QStringLiteral("Status: Race in Session")
+                             : QStringLiteral("Status: Idle"));
+    emit welcomed();
+}
+
+void ClientFRM::AddLine(const QString& line) {
+    m_tarvex.console.DisplayText(line);
+}
+
+void ClientFRM::OnConnectComplete(dpn::ResultCode result) {
+    const auto refusal = ConnectRefusalText(result);
+    if (!refusal) {
+        return; // admitted: the session starts with the host's welcome message
+    }
+    emit refused(*refusal);
+    // The attempt is over; closing this window releases the session and keeps the connect
+    // dialog for another try.
+    QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
+}
+
+void ClientFRM::OnSessionLost() {
+    // The console has said why; the rows are empty and nothing in them can be chosen.
+    for (int slot = 0; slot < RowCount; ++slot) {
+        for (QComboBox* list :
+             {m_rows->pName[slot], m_rows->pCar[slot], m_rows->pTrans[slot], m_rows->pTyre[slot]}) {
+            list->setEnabled(false);
+        }
+    }
+    m_rows->lblNumPlayer->clear();
+    m_lblServerName->clear();
+    m_lblStatus->clear();
+}
+
+void ClientFRM::closeEvent(QCloseEvent* event) {
+    event->accept();
+    if (m_closing) {
+        return;
+    }
+    m_closing = true;
+    // The session must not report to a window that is going.
+    disconnect(&m_tarvex.client(), nullptr, this, nullptr);
+    SaveSettings(m_tarvex);
+    QCoreApplication::processEvents();
+    m_tarvex.client().CloseClient();
+    if (m_welcomed) {
+        emit programEnds();
+    }
+}
+
+} // namespace tarvex

@@ -1,0 +1,87 @@
+#include "app/ServerFRM.h"
+
+#include "app/ConsoleView.h"
+#include "app/PlayerRows.h"
+#include "app/SettingsFile.h"
+#include "app/Tarvex.h"
+#include "net/transport/PublicListing.h"
+
+#include <QCloseEvent>
+#include <QLabel>
+#include <QTextEdit>
+#include <QVBoxLayout>
+
+namespace tarvex {
+
+ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
+    : QWidget(parent)
+    , m_tarvex(tarvex)
+    , m_rows(new PlayerRows(tarvex.roster, true, this))
+    , m_lblServerName(new QLabel(this))
+    , m_lblStatus(new QLabel(QStringLiteral("Status: Idle"), this))
+    , m_MainTXT(new QTextEdit(this)) {
+    setObjectName(QStringLiteral("ServerFRM"));
+    setAttribute(Qt::WA_DeleteOnClose);
+    setWindowTitle(QStringLiteral("Tarvex - Server"));
+    m_lblServerName->setObjectName(QStringLiteral("lblServerName"));
+    m_lblStatus->setObjectName(QStringLiteral("lblStatus"));
+    m_MainTXT->setObjectName(QStringLiteral("MainTXT"));
+    m_MainTXT->setReadOnly(true);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(m_lblServerName);
+    layout->addWidget(m_lblStatus);
+    layout->addWidget(m_rows);
+    layout->addWidget(m_MainTXT);
+
+    m_listing = new PublicListing(
+        [this] {
+            const Settings& s = m_tarvex.settings;
+            ListingInfo info;
+            info.player_limit = m_tarvex.MaxPlayerCount;
+            info.player_count = static_cast<quint8>(m_tarvex.server().PlayerCount());
+            info.port = s.HostPort.toInt();
+            info.server_name = s.ServerName;
+            info.host_name = s.PlayerName;
+            info.passworded = !m_tarvex.SessionPassword.isEmpty();
+            info.stage_id = m_tarvex.race.StageId;
+            return info;
+        },
+        this);
+
+    m_rows->Follow(&m_tarvex.server_side());
+    connect(m_rows, &PlayerRows::KickRequested, &m_tarvex.server_side(), &ServerSide::Kick);
+    FollowConsole(m_tarvex.console, m_MainTXT);
+}
+
+void ServerFRM::PrepareSession(int player_rows) {
+    m_player_rows = player_rows;
+    m_lblServerName->setText(QStringLiteral("Server Name: ") + m_tarvex.settings.ServerName);
+    m_rows->RefreshAll();
+}
+
+void ServerFRM::StartListing() {
+    const Settings& s = m_tarvex.settings;
+    m_listing->SetBroadcastTarget(s.BroadcastAddress,
+                                  static_cast<quint16>(s.BroadcastPort.toUInt()));
+    m_listing->SetListServer(s.ListServer);
+    DoGTimer();
+}
+
+void ServerFRM::DoGTimer() {
+    m_listing->DoGTimer();
+}
+
+void ServerFRM::AddLine(const QString& line) {
+    m_tarvex.console.DisplayText(line);
+}
+
+void ServerFRM::closeEvent(QCloseEvent* event) {
+    event->accept();
+    m_listing->Stop();
+    SaveSettings(m_tarvex);
+    m_tarvex.server().CloseServer();
+    emit programEnds();
+}
+
+} // namespace tarvex

@@ -1,0 +1,122 @@
+#include "app/ProfileFile.h"
+
+#include "TempFolder.h"
+#include "TestRegistry.h"
+
+#include <QTest>
+
+using namespace tarvex;
+
+class ProfileFileTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void reading_data() {
+        QTest::addColumn<QByteArray>("file");
+        QTest::addColumn<QString>("section");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("expected");
+
+        QTest::newRow("names match without case") << QByteArray("[main]\nName=Anna\n") << "MAIN"
+                                                  << "NAME"
+                                                  << "Anna";
+        QTest::newRow("first duplicate key wins")
+            << QByteArray("[MAIN]\nNAME=first\nNAME=second\n") << "MAIN"
+            << "NAME"
+            << "first";
+        QTest::newRow("value trimmed, spaces around the name")
+            << QByteArray("[MAIN]\n  NAME  =   Anna Lee   \n") << "MAIN"
+            << "NAME"
+            << "Anna Lee";
+        QTest::newRow("enclosing quotes removed")
+            << QByteArray("[MAIN]\nNAME=\" padded \"\n") << "MAIN"
+            << "NAME"
+            << " padded ";
+        QTest::newRow("unmatched quote kept") << QByteArray("[MAIN]\nNAME=\"Anna\n") << "MAIN"
+                                              << "NAME"
+                                              << "\"Anna";
+        QTest::newRow("key of another section") << QByteArray("[GAME]\nNAME=x\n[MAIN]\n") << "MAIN"
+                                                << "NAME"
+                                                << "";
+        QTest::newRow("second section of the same name")
+            << QByteArray("[MAIN]\nA=1\n[GAME]\n[MAIN]\nNAME=late\n") << "MAIN"
+            << "NAME"
+            << "late";
+        QTest::newRow("CR LF lines") << QByteArray("[MAIN]\r\nNAME=Anna\r\n") << "MAIN"
+                                     << "NAME"
+                                     << "Anna";
+        QTest::newRow("key without equals sign") << QByteArray("[MAIN]\nNAME\n") << "MAIN"
+                                                 << "NAME"
+                                                 << "";
+        QTest::newRow("legacy code page") << QByteArray("[MAIN]\nNAME=J\xf6rg\n") << "MAIN"
+                                          << "NAME" << QString::fromUtf8("J\xc3\xb6rg");
+        QTest::newRow("garbage") << QByteArray("\x01\x02[[[==]\n\xff\xfe=\n") << "MAIN"
+                                 << "NAME"
+                                 << "";
+    }
+
+    void reading() {
+        QFETCH(QByteArray, file);
+        QFETCH(QString, section);
+        QFETCH(QString, key);
+        QFETCH(QString, expected);
+        test::TempFolder folder;
+        folder.Write("p.ini", file);
+        QCOMPARE(ProfileFile(folder.File("p.ini")).Value(section, key), expected);
+    }
+
+    void writing_data() {
+        QTest::addColumn<QByteArray>("before");
+        QTest::addColumn<QByteArray>("after");
+
+        QTest::newRow("new file") << QByteArray()
+                                  << QByteArray("[MAIN]\nNAME=Anna\nPORT=2005\n\n[GAME]\nCAR=3\n");
+        QTest::newRow("replaced where it stands, comments and foreign keys kept")
+            << QByteArray("; my notes\n[Main]\nname = old ; trailing\nOther=keep\n\n[X]\ny=1\n")
+            << QByteArray("; my notes\n[Main]\nname=Anna\nOther=keep\nPORT=2005\n\n[X]\ny=1\n"
+                          "\n[GAME]\nCAR=3\n");
+        QTest::newRow("appended after the section's last entry, before its blank lines")
+            << QByteArray("[GAME]\nA=1\n\n\n[MAIN]\nZ=9\n")
+            << QByteArray("[GAME]\nA=1\nCAR=3\n\n\n[MAIN]\nZ=9\nNAME=Anna\nPORT=2005\n");
+        QTest::newRow("CR LF file keeps CR LF")
+            << QByteArray("[MAIN]\r\nNAME=x\r\n")
+            << QByteArray("[MAIN]\r\nNAME=Anna\r\nPORT=2005\r\n\r\n[GAME]\r\nCAR=3\r\n");
+        QTest::newRow("only the first duplicate is replaced")
+            << QByteArray("[MAIN]\nNAME=a\nNAME=b\nPORT=1\n[GAME]\nCAR=0\n")
+            << QByteArray("[MAIN]\nNAME=Anna\nNAME=b\nPORT=2005\n[GAME]\nCAR=3\n");
+    }
+
+    void writing() {
+        QFETCH(QByteArray, before);
+        QFETCH(QByteArray, after);
+        test::TempFolder folder;
+        if (!before.isEmpty()) {
+            folder.Write("p.ini", before);
+        }
+        ProfileFile file(folder.File("p.ini"));
+        file.SetValue("MAIN", "NAME", "Anna");
+        file.SetValue("MAIN", "PORT", "2005");
+        file.SetValue("GAME", "CAR", "3");
+        QString error;
+        QVERIFY2(file.Save(&error), qPrintable(error));
+        QCOMPARE(folder.Read("p.ini"), after);
+        // Reading back what was written gives the values.
+        const ProfileFile again(folder.File("p.ini"));
+        QCOMPARE(again.Value("main", "name"), QStringLiteral("Anna"));
+        QCOMPARE(again.Value("game", "car"), QStringLiteral("3"));
+    }
+
+    void savingIntoAFolderThatCannotBeMade() {
+        test::TempFolder folder;
+        folder.Write("blocker", "a file where a folder should be");
+        ProfileFile file(folder.File("blocker/sub/p.ini"));
+        file.SetValue("MAIN", "NAME", "Anna");
+        QString error;
+        QVERIFY(!file.Save(&error));
+        QVERIFY(!error.isEmpty());
+        QCOMPARE(folder.Read("blocker"), QByteArray("a file where a folder should be"));
+    }
+};
+
+TARVEX_TEST(ProfileFileTest);
+#include "ProfileFileTest.moc"
