@@ -9,6 +9,8 @@
 #include "net/transport/ClientSession.h"
 #include "net/transport/HostSession.h"
 #include "platform/Platform.h"
+#include "race/RaceChoices.h"
+#include "results/Results.h"
 
 #include <QObject>
 #include <QString>
@@ -57,6 +59,14 @@ public:
     // console.
     ServerSide& server_side() { return *m_server_side; }
     ClientSide& client_side() { return *m_client_side; }
+
+    // The races of this session (every copy keeps its own table).
+    Results results;
+    // The race-setting controls of each role's window, wired to that role's session. The
+    // window of the role played shows them.
+    RaceChoices host_race;
+    RaceChoices client_race;
+    RaceChoices& RaceControls() { return IsHost ? host_race : client_race; }
 
     // The car choice of the local player in the role it plays now.
     CarSelection& LocalCar() { return IsHost ? stored.host_car : stored.client_car; }

@@ -49,6 +49,13 @@ bool ChoiceList::Select(int index) {
     return true;
 }
 
+void ChoiceList::Deselect() {
+    if (m_index != -1) {
+        m_index = -1;
+        emit Changed();
+    }
+}
+
 bool ChoiceList::Pick(int index) {
     if (!Select(index)) {
         return false;

@@ -37,6 +37,8 @@ public:
     // Shows entry `index` without running the click handler. An index without an entry
     // changes nothing and gives false.
     bool Select(int index);
+    // Shows no entry.
+    void Deselect();
     // Selects entry `index` and runs the click handler; nothing happens without such an entry.
     bool Pick(int index);
 

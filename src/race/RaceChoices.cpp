@@ -189,9 +189,14 @@ void RaceChoices::ShowCar(int slot, const CarSelection& car) {
     if (slot < 0 || slot >= kRowCount) {
         return;
     }
-    pCar[slot].Select(car.Car);
-    pTrans[slot].Select(car.Transmission);
-    pTyre[slot].Select(car.Tyre);
+    auto show = [](ChoiceList& list, int index) {
+        if (!list.Select(index)) {
+            list.Deselect();
+        }
+    };
+    show(pCar[slot], car.Car);
+    show(pTrans[slot], car.Transmission);
+    show(pTyre[slot], car.Tyre);
 }
 
 void RaceChoices::cmbCountry_Click() {
@@ -282,6 +287,7 @@ void RaceChoices::pCar_Click(int index) {
         return;
     }
     m_own_car.Car = std::uint8_t(pCar[index].Index());
+    emit OwnCarChanged();
     Send();
 }
 
@@ -290,6 +296,7 @@ void RaceChoices::pTrans_Click(int index) {
         return;
     }
     m_own_car.Transmission = std::uint8_t(pTrans[index].Index());
+    emit OwnCarChanged();
     Send();
 }
 
@@ -298,6 +305,7 @@ void RaceChoices::pTyre_Click(int index) {
         return;
     }
     m_own_car.Tyre = std::uint8_t(pTyre[index].Index());
+    emit OwnCarChanged();
     // The host's proposal goes out with the change that caused it. A client has no such
     // message to ride on, so its proposed tyre is sent to the host at once.
     if (m_form == Form::Host && SelectingTyre) {

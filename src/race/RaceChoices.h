@@ -28,6 +28,7 @@ public:
                 QObject* parent = nullptr);
 
     Form form() const { return m_form; }
+    void SetRandomSource(RandomSource random) { m_random = std::move(random); }
 
     // On the host window: whether this copy runs the server. Handlers act only then.
     void SetIsHost(bool is_host) { m_is_host = is_host; }
@@ -68,7 +69,8 @@ public:
     void LoadOld();
     // Makes the host-only controls read-only: a client follows the host's choices.
     void DisableHostControls();
-    // Shows a player's car choice in their row, as received; no handler runs.
+    // Shows a player's car choice in their row, as received; no handler runs. A list whose
+    // value is out of its range shows nothing.
     void ShowCar(int slot, const CarSelection& car);
 
     void cmbCountry_Click();
@@ -86,6 +88,8 @@ public:
 
 signals:
     void WeatherPictureChanged(int index);
+    // The local player chose (or was given) another car, transmission or tyre.
+    void OwnCarChanged();
 
 private:
     void ShowWeatherPicture(int index);
