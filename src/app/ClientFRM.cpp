@@ -2,6 +2,7 @@
 
 #include "app/ConsoleView.h"
 #include "app/PlayerRows.h"
+#include "app/RaceControlsBox.h"
 #include "app/SessionTexts.h"
 #include "app/SettingsFile.h"
 #include "app/Tarvex.h"
@@ -19,6 +20,7 @@ ClientFRM::ClientFRM(Tarvex& tarvex, QWidget* parent)
     : QWidget(parent)
     , m_tarvex(tarvex)
     , m_rows(new PlayerRows(tarvex.roster, false, this))
+    , m_race(new RaceControlsBox(tarvex, *m_rows, false, this))
     , m_lblServerName(new QLabel(this))
     , m_lblStatus(new QLabel(this))
     , m_MainTXT(new QTextEdit(this)) {
@@ -33,6 +35,7 @@ ClientFRM::ClientFRM(Tarvex& tarvex, QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_lblServerName);
     layout->addWidget(m_lblStatus);
+    layout->addWidget(m_race);
     layout->addWidget(m_rows);
     layout->addWidget(m_MainTXT);
 
@@ -43,6 +46,7 @@ ClientFRM::ClientFRM(Tarvex& tarvex, QWidget* parent)
     connect(&side, &ClientSide::Welcome, this, &ClientFRM::WelcomeReceived);
     connect(&side, &ClientSide::SessionLost, this, &ClientFRM::OnSessionLost);
     FollowConsole(m_tarvex.console, m_MainTXT);
+    m_race->Load();
     // Abandoning an attempt or leaving closes the window that received the session's events.
     connect(&client, &ClientSession::Closed, this, &QWidget::close);
 }

@@ -10,6 +10,7 @@ class QTextEdit;
 namespace tarvex {
 
 class PlayerRows;
+class RaceControlsBox;
 class Tarvex;
 
 // The client's window. It exists, hidden, from the start of a connect attempt, because it
@@ -29,6 +30,7 @@ public:
     void AddLine(const QString& line);
 
     PlayerRows& Rows() { return *m_rows; }
+    RaceControlsBox& Race() { return *m_race; }
 
 signals:
     // A connect attempt was refused; `message` is what the connect dialog shows.
@@ -47,6 +49,7 @@ private:
 
     Tarvex& m_tarvex;
     PlayerRows* m_rows;
+    RaceControlsBox* m_race;
     QLabel* m_lblServerName;
     QLabel* m_lblStatus;
     QTextEdit* m_MainTXT;

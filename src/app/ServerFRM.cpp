@@ -2,6 +2,7 @@
 
 #include "app/ConsoleView.h"
 #include "app/PlayerRows.h"
+#include "app/RaceControlsBox.h"
 #include "app/SettingsFile.h"
 #include "app/Tarvex.h"
 #include "net/transport/PublicListing.h"
@@ -17,6 +18,7 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
     : QWidget(parent)
     , m_tarvex(tarvex)
     , m_rows(new PlayerRows(tarvex.roster, true, this))
+    , m_race(new RaceControlsBox(tarvex, *m_rows, true, this))
     , m_lblServerName(new QLabel(this))
     , m_lblStatus(new QLabel(QStringLiteral("Status: Idle"), this))
     , m_MainTXT(new QTextEdit(this)) {
@@ -31,6 +33,7 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_lblServerName);
     layout->addWidget(m_lblStatus);
+    layout->addWidget(m_race);
     layout->addWidget(m_rows);
     layout->addWidget(m_MainTXT);
 
@@ -58,6 +61,7 @@ void ServerFRM::PrepareSession(int player_rows) {
     m_player_rows = player_rows;
     m_lblServerName->setText(QStringLiteral("Server Name: ") + m_tarvex.settings.ServerName);
     m_rows->RefreshAll();
+    m_race->Load();
 }
 
 void ServerFRM::StartListing() {

@@ -10,6 +10,7 @@ class QTextEdit;
 namespace tarvex {
 
 class PlayerRows;
+class RaceControlsBox;
 class PublicListing;
 class Tarvex;
 
@@ -32,6 +33,7 @@ public:
     void AddLine(const QString& line);
 
     PlayerRows& Rows() { return *m_rows; }
+    RaceControlsBox& Race() { return *m_race; }
 
 signals:
     // The window closed: the session is over and the program ends.
@@ -43,6 +45,7 @@ protected:
 private:
     Tarvex& m_tarvex;
     PlayerRows* m_rows;
+    RaceControlsBox* m_race;
     QLabel* m_lblServerName;
     QLabel* m_lblStatus;
     QTextEdit* m_MainTXT;

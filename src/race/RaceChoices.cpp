@@ -135,6 +135,7 @@ void RaceChoices::SelBestTyre() {
 void RaceChoices::LoadOld() {
     // The local row shows the stored car before anything proposes a tyre.
     ShowCar(LocalRow(), m_own_car);
+    emit OwnCarChanged();
     if (m_form == Form::Host) {
         LoadOldHost();
     } else {

@@ -14,8 +14,8 @@
 
 namespace tarvex {
 
-void BindComboBox(QComboBox* box, ChoiceList& list) {
-    auto mirror = [box, &list] {
+void BindComboBox(QComboBox* box, ChoiceList& list, bool follow_enabled) {
+    auto mirror = [box, &list, follow_enabled] {
         const QSignalBlocker blocker(box);
         if (box->count() != list.Count() || [&] {
                 for (int i = 0; i < list.Count(); ++i) {
@@ -29,7 +29,9 @@ void BindComboBox(QComboBox* box, ChoiceList& list) {
             box->addItems(list.Texts());
         }
         box->setCurrentIndex(list.Index());
-        box->setEnabled(list.Enabled());
+        if (follow_enabled) {
+            box->setEnabled(list.Enabled());
+        }
     };
     mirror();
     QObject::connect(&list, &ChoiceList::Changed, box, mirror);

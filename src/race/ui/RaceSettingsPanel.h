@@ -12,9 +12,10 @@ class QRadioButton;
 
 namespace tarvex {
 
-// Makes `box` show `list` (entries, selection, enabled) and turns the user's choice into a
-// pick of that entry, which runs the list's click handler.
-void BindComboBox(QComboBox* box, ChoiceList& list);
+// Makes `box` show `list` (entries, selection and, unless the window decides that itself,
+// whether it is enabled) and turns the user's choice into a pick of that entry, which runs the
+// list's click handler.
+void BindComboBox(QComboBox* box, ChoiceList& list, bool follow_enabled = true);
 // The same for a group of option buttons, one per entry of `list`.
 void BindOptionButtons(const QList<QRadioButton*>& buttons, ChoiceList& list);
 

@@ -1,0 +1,70 @@
+#include "app/RaceControlsBox.h"
+
+#include "app/PlayerRows.h"
+#include "app/Tarvex.h"
+#include "race/ui/RaceSettingsPanel.h"
+#include "results/TimeFRM.h"
+
+#include <QComboBox>
+#include <QDateTime>
+#include <QHBoxLayout>
+#include <QPushButton>
+
+namespace tarvex {
+
+RaceControlsBox::RaceControlsBox(Tarvex& tarvex, PlayerRows& rows, bool host_window,
+                                 QWidget* window)
+    : QWidget(window)
+    , m_tarvex(tarvex)
+    , m_choices(host_window ? tarvex.host_race : tarvex.client_race)
+    , m_host_window(host_window)
+    , m_window(window) {
+    RaceChoices& choices = m_choices;
+    auto* panel = new RaceSettingsPanel(choices, this);
+    // The rows' lists show the cars; which of them may be changed is the window's decision.
+    for (int slot = 0; slot < RowCount; ++slot) {
+        BindComboBox(rows.pCar[slot], choices.pCar[slot], false);
+        BindComboBox(rows.pTrans[slot], choices.pTrans[slot], false);
+        BindComboBox(rows.pTyre[slot], choices.pTyre[slot], false);
+    }
+
+    auto* times = new QPushButton(tr("Display Times"), this);
+    times->setObjectName(QStringLiteral("cmdTimes"));
+    connect(times, &QPushButton::clicked, this, &RaceControlsBox::cmdTimes_Click);
+    cmdTimes = times;
+
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(panel);
+    layout->addStretch();
+    layout->addWidget(times, 0, Qt::AlignBottom);
+}
+
+void RaceControlsBox::Load() {
+    // A host window of a copy that is not the host shows the race read-only, as a client's.
+    if (!m_host_window || !m_tarvex.IsHost) {
+        m_choices.DisableHostControls();
+    }
+    m_choices.SetIsHost(m_host_window && m_tarvex.IsHost);
+    m_choices.FillCombos();
+    m_choices.LoadOld();
+}
+
+void RaceControlsBox::cmdTimes_Click() {
+    TimeFRM::Hooks hooks;
+    Tarvex& tarvex = m_tarvex;
+    hooks.export_context = [&tarvex] {
+        ExportContext context;
+        context.config_folder = tarvex.ConfigFolder();
+        context.game_path = tarvex.settings.GamePath;
+        context.server_name =
+            tarvex.IsHost ? tarvex.server().SessionName() : tarvex.client().GetApplicationDesc();
+        context.now = QDateTime::currentDateTime();
+        return context;
+    };
+    if (tarvex.platform().dialogs) {
+        TimeFRM::ShowFor(m_window, tarvex.results, *tarvex.platform().dialogs, std::move(hooks));
+    }
+}
+
+} // namespace tarvex

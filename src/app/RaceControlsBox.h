@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QWidget>
+
+namespace tarvex {
+
+class PlayerRows;
+class RaceChoices;
+class Tarvex;
+
+// The race part of a race window: the race-setting controls of the role played (editable on
+// the host, following the host on a client), the car lists of the player rows bound to them,
+// and "Display Times", which opens the results window.
+class RaceControlsBox : public QWidget {
+    Q_OBJECT
+
+public:
+    // `host_window`: the host's window, whose controls edit the race.
+    RaceControlsBox(Tarvex& tarvex, PlayerRows& rows, bool host_window, QWidget* window);
+
+    RaceChoices& Choices() { return m_choices; }
+
+    // Fills the lists and shows the stored race: the window's load.
+    void Load();
+
+    QWidget* cmdTimes = nullptr;
+
+private:
+    void cmdTimes_Click();
+
+    Tarvex& m_tarvex;
+    RaceChoices& m_choices;
+    bool m_host_window;
+    QWidget* m_window;
+};
+
+} // namespace tarvex
