@@ -54,30 +54,6 @@ private slots:
         QVERIFY(panel.Command1->isVisibleTo(&panel));
         QVERIFY(sends >= 3);
     }
-
-    void client_panel_is_read_only() {
-        RaceSettings race;
-        CarSelection car;
-        RaceChoices choices(RaceChoices::Form::Client, race, car, [] { return 0.0; });
-        choices.SetLocalSlot(2);
-        RaceSettingsPanel panel(choices);
-        QWidget rows;
-        const CarChoiceBoxes host_row = MakeCarChoiceBoxes(choices, 0, &rows);
-        const CarChoiceBoxes own_row = MakeCarChoiceBoxes(choices, 2, &rows);
-        choices.DisableHostControls();
-        choices.FillCombos();
-        choices.LoadOld();
-
-        for (QWidget* control : std::initializer_list<QWidget*>{
-                 panel.cmbCountry, panel.cmbStage, panel.cmbWeather, panel.cmbHumid, panel.cmbWear,
-                 panel.optWeather[0], panel.optWeather[2], panel.optDam[3]}) {
-            QVERIFY2(!control->isEnabled(), qPrintable(control->objectName()));
-        }
-        QVERIFY(!host_row.pCar->isEnabled());
-        QVERIFY(own_row.pCar->isEnabled());
-        QVERIFY(!panel.Command1->isVisibleTo(&panel));
-        QCOMPARE(own_row.pTyre->currentText(), QStringLiteral("Snow"));
-    }
 };
 
 TARVEX_TEST(RaceSettingsPanelTest);
