@@ -363,8 +363,9 @@ int Game::CurrentRaceMenu() const {
 }
 
 void Game::ShowMenu(int number) {
-    const float delay = std::max(0.0f, m_memory.F32(m_map.menu_value_a)) +
-                        std::max(0.0f, m_memory.F32(m_map.menu_value_b));
+    // Leaving the profile menu takes the second transition time, every other change the first.
+    const float delay = CurrentMenu() == MenuProfile ? m_memory.F32(m_map.menu_value_b)
+                                                     : m_memory.F32(m_map.menu_value_a);
     if (delay > 0.0f && delay < 10.0f) {
         m_pending_menu = number;
         m_pending_delay = delay;

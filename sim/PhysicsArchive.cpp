@@ -1,8 +1,7 @@
 #include "PhysicsArchive.h"
 
-#include <zlib.h>
-
 #include <array>
+#include <zlib.h>
 
 namespace sim {
 
@@ -38,12 +37,10 @@ std::vector<PhysicsMember> Members() {
         const char* folder;
         std::array<std::uint32_t, 11> crcs;
     };
-    static const char* const files[] = {"common.lsp",          "gravel.lsp",
-                                        "repair.ini",          "r_gravel.lsp",
-                                        "r_snow.lsp",          "r_tarmac.lsp",
-                                        "setups/d_gravel.lsp", "setups/d_snow.lsp",
-                                        "setups/d_tarmac.lsp", "snow.lsp",
-                                        "tarmac.lsp"};
+    static const char* const files[] = {
+        "common.lsp",          "gravel.lsp",   "repair.ini",          "r_gravel.lsp",
+        "r_snow.lsp",          "r_tarmac.lsp", "setups/d_gravel.lsp", "setups/d_snow.lsp",
+        "setups/d_tarmac.lsp", "snow.lsp",     "tarmac.lsp"};
     static const Car cars[] = {
         {"Physics/c_xsara/",
          {0xF14804E4, 0x06D0BA20, 0xE9002DD9, 0xF773B910, 0x0D1FDE52, 0x2DB458FC, 0xE4F80021,
