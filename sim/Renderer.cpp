@@ -116,8 +116,6 @@ QImage Renderer::Render(const Game& game) const {
             }
         }
     } else {
-        p.fillRect(QRect(0, 0, Width, Height / 2), QColor(120, 170, 225));
-        p.fillRect(QRect(0, Height / 2, Width, Height / 2), QColor(110, 140, 80));
         // The same chase camera the game publishes in its camera rows.
         const Road& road = game.road();
         const RoadPoint here = road.At(s.distance);
@@ -126,6 +124,11 @@ QImage Renderer::Render(const Game& game) const {
         const Vec3 eye = car - forward * 7.0f + Vec3{0, 0, 2.6f};
         const Vec3 view = Normalize(car + forward * 4.0f + Vec3{0, 0, 0.6f} - eye);
         const Camera camera(eye, view);
+        // Sky above the horizon (a far point at eye height straight ahead), ground below.
+        const auto horizon = camera.Project(eye + forward * 100000.0f);
+        const int horizon_y = horizon ? int(horizon->y()) : Height / 2;
+        p.fillRect(QRect(0, 0, Width, horizon_y), QColor(120, 170, 225));
+        p.fillRect(QRect(0, horizon_y, Width, Height - horizon_y), QColor(110, 140, 80));
         // Road: strips from just behind the car to 300 m ahead, far ones first.
         for (float d = std::min(road.Length(), s.distance + 300.0f); d > s.distance - 8.0f;
              d -= Road::Step * 2) {
