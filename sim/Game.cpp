@@ -693,7 +693,7 @@ void Game::StageTick(double dt) {
         pre -= float(dt);
         mem.SetF32(rb + race::PreStartClock, pre < 0.0f ? -1.0f : pre);
     } else if (!m_running) {
-        if (m_throttle && !paused && !m_false_start_counted) {
+        if ((m_throttle || m_auto_jump) && !paused && !m_false_start_counted) {
             m_false_start_counted = true;
             mem.SetU32(rb + race::FalseStartCount, mem.U32(rb + race::FalseStartCount) + 1);
         }
@@ -811,14 +811,9 @@ void Game::Autopilot(double dt) {
     const std::uint32_t rb = m_race_block;
     const float pre = m_memory.F32(rb + race::PreStartClock);
     const float countdown = m_memory.F32(rb + race::StartCountdown);
-    if (m_options.false_start && !m_false_start_counted && pre < 0.0f && !m_running &&
-        countdown < 1.0f && CurrentRaceMenu() < 0) {
-        KeyDown(vk::Up);
-        KeyUp(vk::Up);
-        m_throttle = true;
-        StageTick(0.0);
-        m_throttle = false;
-    }
+    // The optional false start: the driver jumps just before the green light.
+    m_auto_jump = m_options.false_start && !m_false_start_counted && pre < 0.0f && !m_running &&
+                  countdown < 1.0f;
     if (m_since_finish < 2.0 || m_options.after_finish == AfterFinish::Nothing ||
         m_auto_step >= 100) {
         return;

@@ -198,6 +198,7 @@ private:
     // Autopilot.
     std::uint32_t m_rng = 1;
     double m_auto_wait = 0;
+    bool m_auto_jump = false;
     int m_auto_step = 0;
     float m_speed_factor = 1;
 };

@@ -163,7 +163,10 @@ QImage Renderer::Render(const Game& game) const {
             // The ghost's origin is its model origin, ahead of the body centre.
             const Vec3 centre = Vec3{ghost.x, ghost.y, ghost.z} -
                                 Vec3{std::cos(ghost.heading), std::sin(ghost.heading), 0} * 0.4f;
-            DrawBox(p, camera, centre - Vec3{0, 0, 0.5f}, ghost.heading, colour, 4.2f, 1.8f, 1.3f);
+            // Each ghost car model has its own length, so a change of model shows.
+            const float length = 3.7f + 0.1f * float(std::clamp(s.ghost_model, 1, 8));
+            DrawBox(p, camera, centre - Vec3{0, 0, 0.5f}, ghost.heading, colour, length, 1.8f,
+                    1.3f);
         }
         DrawBox(p, camera, car - Vec3{0, 0, 0.5f}, here.heading, QColor(230, 230, 235), 4.2f, 1.8f,
                 1.3f);
