@@ -61,6 +61,7 @@ struct Status {
     bool loading = false;
     bool in_stage = false;
     int menu_state = 0;
+    std::uint32_t menu_flag = 0; // the front-end manager's +0x70, as last written
     int profile = 0; // profile chosen in this run, 0 = none
     int stage_id = 0;
     std::string stage_name;
