@@ -62,7 +62,7 @@ struct Status {
     bool in_stage = false;
     int menu_state = 0;
     std::uint32_t menu_flag = 0; // the front-end manager's +0x70, as last written
-    int profile = 0; // profile chosen in this run, 0 = none
+    int profile = 0;             // profile chosen in this run, 0 = none
     int stage_id = 0;
     std::string stage_name;
     int stage_length = 0;
@@ -84,7 +84,9 @@ struct Status {
     bool ghosts_loaded = false;
     int ghost_model = 0;
     std::vector<GhostView> ghosts;
-    std::vector<MenuEntryView> race_entries;
+    std::vector<MenuEntryView> race_entries; // entries of the pause menu
+    std::vector<MenuEntryView> save_slots;   // entries of the save-data menu
+    int race_highlight = 0;                  // highlighted entry of the in-race menu shown
     std::string info_text;
     std::string overlay_text; // shown while the message box is up
     std::array<float, 6> box{};

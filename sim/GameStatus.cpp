@@ -119,6 +119,16 @@ Status Game::GetStatus() const {
     for (const auto& entry : RaceEntries()) {
         s.race_entries.push_back(entry.second);
     }
+    const std::uint32_t save_menu = MenuAddress(RaceMenuSaveData, true);
+    const std::uint32_t save_list = mem.U32(save_menu + MenuEntryList);
+    for (int i = 0; i < 10; ++i) {
+        const std::uint32_t entry = mem.U32(save_list + 4 * std::uint32_t(i));
+        s.save_slots.push_back(
+            {"Slot " + std::to_string(i + 1), mem.U32(entry + EntryDisabled) == 0});
+    }
+    if (s.race_menu >= 0) {
+        s.race_highlight = mem.I32(MenuAddress(s.race_menu, true) + MenuHighlight);
+    }
     if (mem.F32(rb + race::InfoBoxTime) > 0.0f) {
         std::uint32_t text = mem.U32(rb + race::InfoTextB);
         if (text == 0) {

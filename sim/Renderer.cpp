@@ -243,16 +243,19 @@ QImage Renderer::Render(const Game& game) const {
             p.setPen(Qt::NoPen);
             p.setBrush(QColor(0, 0, 0, 170));
             p.drawRect(QRectF(170, 130, 300, 220));
-            if (s.race_menu == 1) {
-                DrawLines(p, QRectF(190, 140, 260, 24), "Paused", 20, QColor(240, 200, 80));
-                int y = 172;
-                for (const MenuEntryView& entry : s.race_entries) {
-                    DrawLines(p, QRectF(200, y, 260, 22), QString::fromStdString(entry.caption), 17,
-                              Qt::white);
-                    y += 24;
-                }
-            } else {
-                DrawLines(p, QRectF(190, 140, 260, 24), "Save Data", 20, QColor(240, 200, 80));
+            const bool pause = s.race_menu == 1;
+            DrawLines(p, QRectF(190, 140, 260, 24), pause ? "Paused" : "Save Data", 20,
+                      QColor(240, 200, 80));
+            const std::vector<MenuEntryView>& entries = pause ? s.race_entries : s.save_slots;
+            const int first = pause ? 0 : std::max(0, s.race_highlight - 6);
+            int y = 172;
+            for (int i = first; i < int(entries.size()) && y < 340; ++i) {
+                const bool lit = i == s.race_highlight;
+                DrawLines(p, QRectF(196, y, 270, 22),
+                          QString(lit ? "> " : "  ") +
+                              QString::fromStdString(entries[std::size_t(i)].caption),
+                          17, entries[std::size_t(i)].enabled ? Qt::white : Qt::gray);
+                y += 24;
             }
         }
     }
