@@ -108,12 +108,23 @@ public:
     ~Game();
 
     // Runs one frame of `seconds`: reads back what others wrote, advances the game, writes its
-    // state, and sends a hook click when the hook patch is in place.
+    // state, and sends a hook click when the hook patch is in place. Frames may be of any
+    // length; runs with the same frame lengths, options and writes are identical.
+    //
+    // What the game takes back on its own: it consumes the keep-alive value (a 2 written there
+    // is reset to 0 once seen, which is how it knows the writer is still there), the text-ready
+    // byte of the message box, the reload request and the message box's display time (counted
+    // down); every other location it only reads, or writes as its own state (race block,
+    // car body, camera, menus).
     void Tick(double seconds);
+    // Key presses as Windows virtual-key codes: 13 Enter and 27 Escape act on the menu shown,
+    // 37..40 arrows drive (38 throttle, 40 brake) or move the highlight in menus; other keys
+    // pass without effect. Every key-down counts, also without a key-up in between.
     void KeyDown(int virtual_key);
     void KeyUp(int virtual_key);
 
-    // Called once per frame with the 32-bit handle written into the hook patch.
+    // Called once per frame, while the hook patch and its window handle operand are in place,
+    // with that 32-bit handle (the executable turns it into an X11 ClientMessage).
     void SetHookClickHandler(std::function<void(std::uint32_t)> handler);
 
     Status GetStatus() const;
@@ -136,7 +147,6 @@ public:
     std::uint32_t GhostObject(int k) const;
 
 private:
-    struct Impl;
     void Install();
     void Publish(); // delayed creation of the text-pointer block and M
     void FrontEndKey(int key);
