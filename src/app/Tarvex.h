@@ -1,6 +1,8 @@
 #pragma once
 
 #include "app/Settings.h"
+#include "net/transport/ClientSession.h"
+#include "net/transport/HostSession.h"
 #include "platform/Platform.h"
 
 #include <QObject>
@@ -28,12 +30,26 @@ public:
     // 1 when this copy runs the server; decides which keys a save writes.
     bool IsHost = false;
 
+    // Session values the connect dialog sets.
+    QString MyName;
+    // Empty means none. Only ever typed or given on the command line, never stored.
+    QString SessionPassword;
+    std::uint8_t LocalSlot = 0;
+    std::uint8_t MaxPlayerCount = 0;
+
+    // The session transport: the server side on the host, the client side when joining. Both
+    // exist for the whole run; only the one of the chosen role is ever opened.
+    HostSession& server() { return *m_server; }
+    ClientSession& client() { return *m_client; }
+
     // The car choice of the local player in the role it plays now.
     CarSelection& LocalCar() { return IsHost ? stored.host_car : stored.client_car; }
 
 private:
     Platform m_platform;
     QString m_config_folder;
+    HostSession* m_server;
+    ClientSession* m_client;
 };
 
 } // namespace tarvex

@@ -1,4 +1,7 @@
+#include "app/QtDialogs.h"
 #include "app/SettingsFile.h"
+#include "app/StartCommand.h"
+#include "app/StartUp.h"
 #include "app/Tarvex.h"
 
 #include <QApplication>
@@ -68,7 +71,11 @@ int main(int argc, char** argv) {
 
     const QString folder =
         ProgramFolder(parser.value(config_option), QCoreApplication::applicationDirPath());
-    Tarvex tarvex(Platform::Native(), folder);
+    Platform platform = Platform::Native();
+    if (!console_only) {
+        platform.dialogs = std::make_shared<QtDialogs>();
+    }
+    Tarvex tarvex(std::move(platform), folder);
 
     if (parser.isSet(print_option)) {
         LoadSettings(tarvex, LoadMode::Quiet);
@@ -76,5 +83,6 @@ int main(int argc, char** argv) {
         PrintSettings(tarvex, out);
         return 0;
     }
-    return 0;
+    QStringList arguments = QCoreApplication::arguments();
+    return RunStartUp(tarvex, TakeStartCommand(arguments));
 }

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "net/transport/ResultCodes.h"
+
+#include <QWidget>
+
+class QLabel;
+class QTextEdit;
+
+namespace tarvex {
+
+class Tarvex;
+
+// The client's window. It exists, hidden, from the start of a connect attempt, because it
+// receives the client's events; it is shown when the host's welcome arrives. For now it shows
+// the player count, the server name, the status line and the chat console.
+class ClientFRM : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ClientFRM(Tarvex& tarvex, QWidget* parent = nullptr);
+
+    // The host's welcome arrived: from now on closing this window ends the program.
+    void WelcomeReceived();
+    bool Welcomed() const { return m_welcomed; }
+
+    void AddLine(const QString& line);
+
+signals:
+    // A connect attempt was refused; `message` is what the connect dialog shows.
+    void refused(const QString& message);
+    // The session is established: the connect dialog hands over to this window.
+    void welcomed();
+    // The window closed after a welcome: the program ends.
+    void programEnds();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void OnConnectComplete(dpn::ResultCode result);
+    void OnReceive(dpn::PlayerId sender, const QByteArray& bytes);
+    void OnTerminateSession(dpn::ResultCode result);
+
+    Tarvex& m_tarvex;
+    QLabel* m_lblNumPlayer;
+    QLabel* m_lblServerName;
+    QLabel* m_lblStatus;
+    QTextEdit* m_MainTXT;
+    bool m_welcomed = false;
+    bool m_closing = false;
+};
+
+} // namespace tarvex

@@ -1,0 +1,104 @@
+#include "app/ServerFRM.h"
+
+#include "app/SettingsFile.h"
+#include "app/Tarvex.h"
+#include "net/transport/PublicListing.h"
+
+#include <QCloseEvent>
+#include <QLabel>
+#include <QTextEdit>
+#include <QVBoxLayout>
+
+namespace tarvex {
+
+ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
+    : QWidget(parent)
+    , m_tarvex(tarvex)
+    , m_lblNumPlayer(new QLabel(QStringLiteral("Player(s): 1/12"), this))
+    , m_lblServerName(new QLabel(this))
+    , m_lblStatus(new QLabel(QStringLiteral("Status: Idle"), this))
+    , m_MainTXT(new QTextEdit(this)) {
+    setObjectName(QStringLiteral("ServerFRM"));
+    setAttribute(Qt::WA_DeleteOnClose);
+    setWindowTitle(QStringLiteral("Tarvex - Server"));
+    m_lblNumPlayer->setObjectName(QStringLiteral("lblNumPlayer"));
+    m_lblServerName->setObjectName(QStringLiteral("lblServerName"));
+    m_lblStatus->setObjectName(QStringLiteral("lblStatus"));
+    m_MainTXT->setObjectName(QStringLiteral("MainTXT"));
+    m_MainTXT->setReadOnly(true);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(m_lblNumPlayer);
+    layout->addWidget(m_lblServerName);
+    layout->addWidget(m_lblStatus);
+    layout->addWidget(m_MainTXT);
+
+    m_listing = new PublicListing(
+        [this] {
+            const Settings& s = m_tarvex.settings;
+            ListingInfo info;
+            info.player_limit = m_tarvex.MaxPlayerCount;
+            info.player_count = static_cast<quint8>(m_tarvex.server().PlayerCount());
+            info.port = s.HostPort.toInt();
+            info.server_name = s.ServerName;
+            info.host_name = s.PlayerName;
+            info.passworded = !m_tarvex.SessionPassword.isEmpty();
+            info.stage_id = m_tarvex.race.StageId;
+            return info;
+        },
+        this);
+
+    HostSession& server = m_tarvex.server();
+    connect(&server, &HostSession::CreatePlayer, this, &ServerFRM::OnCreatePlayer);
+    connect(&server, &HostSession::DestroyPlayer, this, &ServerFRM::OnDestroyPlayer);
+    connect(&server, &HostSession::Receive, this, &ServerFRM::OnReceive);
+}
+
+void ServerFRM::PrepareSession(int player_rows) {
+    m_player_rows = player_rows;
+    m_lblServerName->setText(QStringLiteral("Server Name: ") + m_tarvex.settings.ServerName);
+}
+
+void ServerFRM::StartListing() {
+    const Settings& s = m_tarvex.settings;
+    m_listing->SetBroadcastTarget(s.BroadcastAddress,
+                                  static_cast<quint16>(s.BroadcastPort.toUInt()));
+    m_listing->SetListServer(s.ListServer);
+    DoGTimer();
+}
+
+void ServerFRM::DoGTimer() {
+    m_listing->DoGTimer();
+}
+
+void ServerFRM::AddLine(const QString& line) {
+    m_MainTXT->append(line);
+}
+
+void ServerFRM::OnCreatePlayer(dpn::PlayerId) {
+    ShowPlayerCount();
+}
+
+void ServerFRM::OnDestroyPlayer(dpn::PlayerId) {
+    ShowPlayerCount();
+}
+
+void ServerFRM::OnReceive(dpn::PlayerId, const QByteArray&) {
+    // Messages are dispatched once the message catalogue is in place.
+}
+
+void ServerFRM::ShowPlayerCount() {
+    m_lblNumPlayer->setText(QStringLiteral("Player(s): %1/%2")
+                                .arg(m_tarvex.server().PlayerCount())
+                                .arg(m_tarvex.MaxPlayerCount));
+}
+
+void ServerFRM::closeEvent(QCloseEvent* event) {
+    event->accept();
+    m_listing->Stop();
+    SaveSettings(m_tarvex);
+    m_tarvex.server().CloseServer();
+    emit programEnds();
+}
+
+} // namespace tarvex

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "net/transport/ResultCodes.h"
+
+#include <QWidget>
+
+class QLabel;
+class QTextEdit;
+
+namespace tarvex {
+
+class PublicListing;
+class Tarvex;
+
+// The host's window. It receives the server's events and announces the session publicly.
+// For now it shows the player count, the server name, the status line and the chat console.
+class ServerFRM : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ServerFRM(Tarvex& tarvex, QWidget* parent = nullptr);
+
+    // Readies the window for a session of `player_rows` players, before it starts.
+    void PrepareSession(int player_rows);
+    // Starts the public listing towards the configured endpoints.
+    void StartListing();
+    void DoGTimer();
+    PublicListing& Listing() { return *m_listing; }
+
+    // Appends a line to the chat console.
+    void AddLine(const QString& line);
+
+signals:
+    // The window closed: the session is over and the program ends.
+    void programEnds();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void OnCreatePlayer(dpn::PlayerId id);
+    void OnDestroyPlayer(dpn::PlayerId id);
+    void OnReceive(dpn::PlayerId sender, const QByteArray& bytes);
+    void ShowPlayerCount();
+
+    Tarvex& m_tarvex;
+    QLabel* m_lblNumPlayer;
+    QLabel* m_lblServerName;
+    QLabel* m_lblStatus;
+    QTextEdit* m_MainTXT;
+    PublicListing* m_listing;
+    int m_player_rows = 12;
+};
+
+} // namespace tarvex

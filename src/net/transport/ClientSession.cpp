@@ -1,0 +1,192 @@
+#include "net/transport/ClientSession.h"
+
+#include "net/transport/Handshake.h"
+#include "platform/Dialogs.h"
+
+#include <QByteArray>
+#include <QLoggingCategory>
+
+Q_DECLARE_LOGGING_CATEGORY(lcTransport)
+
+namespace tarvex {
+
+namespace {
+constexpr int ChannelCount = 3;
+} // namespace
+
+ClientSession::ClientSession(std::shared_ptr<Dialogs> dialogs, QObject* parent)
+    : EnetPump(parent)
+    , m_dialogs(std::move(dialogs)) {}
+
+ClientSession::~ClientSession() {
+    m_closing = true; // nobody is left to hear Closed
+    CloseClient();
+}
+
+void ClientSession::Fail(const QString& title, dpn::ResultCode code, const QString& description) {
+    const QString text =
+        QStringLiteral("Error 0x") + dpn::HexCode(code) + QStringLiteral(": ") + description;
+    qCWarning(lcTransport).noquote() << title << text;
+    if (m_dialogs) {
+        m_dialogs->MessageBox(title, text, Dialogs::Icon::Critical);
+    }
+}
+
+bool ClientSession::DirectPlayInit(quint16 port) {
+    Q_UNUSED(port); // the host's port is given with the address when connecting
+    Detach(0);
+    m_state = State::Idle;
+    m_peer = nullptr;
+    if (!EnsureEnetInitialised()) {
+        Fail(QStringLiteral("DirectPlayInit"), dpn::DPNERR_GENERIC,
+             QStringLiteral("The network layer could not start."));
+        return false;
+    }
+    EnetHostPtr host(enet_host_create(nullptr, 1, ChannelCount, 0, 0));
+    if (!host) {
+        Fail(QStringLiteral("DirectPlayInit"), dpn::DPNERR_OUTOFMEMORY,
+             QStringLiteral("No network endpoint could be created."));
+        return false;
+    }
+    Attach(std::move(host));
+    return true;
+}
+
+bool ClientSession::Connect(const QString& address, quint16 port, const QString& name,
+                            const QString& password, const QString& application_guid) {
+    if (!DirectPlayInit(port)) {
+        return false;
+    }
+    ENetAddress target;
+    target.port = port;
+    if (address.trimmed().isEmpty() ||
+        enet_address_set_host(&target, address.toUtf8().constData()) != 0) {
+        Fail(QStringLiteral("mdlDirectPlayConnect"), dpn::DPNERR_ADDRESSING,
+             QStringLiteral("The address \"%1\" could not be found.").arg(address));
+        return false;
+    }
+    m_peer = enet_host_connect(Host(), &target, ChannelCount, 0);
+    if (m_peer == nullptr) {
+        Fail(QStringLiteral("mdlDirectPlayConnect"), dpn::DPNERR_GENERIC,
+             QStringLiteral("The connection could not be started."));
+        return false;
+    }
+    // ENet would give up on a silent host after about 15 s; the attempt's own deadline (Tick)
+    // decides instead, so ENet is told to wait longer than that.
+    enet_peer_timeout(m_peer, ENET_PEER_TIMEOUT_LIMIT, Timeouts().connect_ms + 5000,
+                      Timeouts().connect_ms + 5000);
+    m_name = name;
+    m_password = password;
+    m_application_guid = application_guid;
+    m_session_name.clear();
+    m_player_id = 0;
+    m_host_player_id = 0;
+    m_player_limit = 0;
+    m_state = State::Connecting;
+    m_attempt_clock.start();
+    Flush();
+    return true;
+}
+
+void ClientSession::Send(const QByteArray& bytes, quint32 timeout_ms, quint32 flags) {
+    Q_UNUSED(timeout_ms);
+    if (m_state != State::Admitted) {
+        return;
+    }
+    const bool reliable = (flags & dpn::DPNSEND_GUARANTEED) != 0;
+    const quint8 channel = !reliable ? 2 : (flags & dpn::DPNSEND_PRIORITY_HIGH) ? 1 : 0;
+    SendPacket(m_peer, bytes, channel, reliable);
+    Flush();
+}
+
+void ClientSession::CloseClient() {
+    const bool was_open = Host() != nullptr;
+    Detach(0);
+    m_peer = nullptr;
+    m_state = State::Idle;
+    if (was_open && !m_closing) {
+        m_closing = true;
+        emit Closed();
+        m_closing = false;
+    }
+}
+
+quint32 ClientSession::RoundTripMs() const {
+    return m_state == State::Admitted && m_peer ? m_peer->roundTripTime : 0;
+}
+
+void ClientSession::Handle(const EnetEvent& event) {
+    if (event.peer != m_peer) {
+        return;
+    }
+    switch (event.type) {
+    case ENET_EVENT_TYPE_CONNECT:
+        ConfigurePeer(m_peer, Timeouts().silence_ms);
+        break;
+    case ENET_EVENT_TYPE_RECEIVE:
+        if (m_state == State::Connecting) {
+            OnHandshake(event.bytes);
+        } else if (m_state == State::Admitted) {
+            emit Receive(m_host_player_id, event.bytes);
+        }
+        break;
+    case ENET_EVENT_TYPE_DISCONNECT:
+        m_peer = nullptr;
+        if (m_state == State::Connecting) {
+            // A refusal carries its result code; a host that stopped answering carries none.
+            EndAttempt(event.data != 0 ? event.data : dpn::DPNERR_NORESPONSE);
+        } else if (m_state == State::Admitted) {
+            m_state = State::Ended;
+            emit TerminateSession(event.data == dpn::DPNERR_HOSTTERMINATEDSESSION
+                                      ? dpn::DPNERR_HOSTTERMINATEDSESSION
+                                      : dpn::DPNERR_CONNECTIONLOST);
+        }
+        break;
+    case ENET_EVENT_TYPE_NONE:
+        break;
+    }
+}
+
+void ClientSession::Tick() {
+    if (m_state == State::Connecting &&
+        m_attempt_clock.elapsed() >= qint64(Timeouts().connect_ms)) {
+        if (m_peer) {
+            enet_peer_reset(m_peer);
+            m_peer = nullptr;
+        }
+        EndAttempt(dpn::DPNERR_NORESPONSE);
+    }
+}
+
+void ClientSession::OnHandshake(const QByteArray& bytes) {
+    if (const auto nonce = handshake::ParseChallenge(bytes)) {
+        handshake::Hello hello;
+        hello.application_guid = m_application_guid;
+        hello.nickname = m_name;
+        hello.proof = handshake::PasswordProof(*nonce, m_password);
+        SendPacket(m_peer, handshake::BuildHello(hello), 0, true);
+        Flush();
+        return;
+    }
+    if (const auto accept = handshake::ParseAccept(bytes)) {
+        m_player_id = accept->player_id;
+        m_host_player_id = accept->host_player_id;
+        m_session_name = accept->session_name;
+        m_player_limit = accept->player_limit;
+        m_state = State::Admitted;
+        emit ConnectComplete(dpn::DPN_OK);
+        return;
+    }
+    // Whatever answered is not a Tarvex host of any version this client understands.
+    qCWarning(lcTransport) << "unexpected handshake packet from the host";
+    enet_peer_disconnect_now(m_peer, 0);
+    m_peer = nullptr;
+    EndAttempt(dpn::DPNERR_INVALIDAPPLICATION);
+}
+
+void ClientSession::EndAttempt(dpn::ResultCode code) {
+    m_state = State::Ended;
+    emit ConnectComplete(code);
+}
+
+} // namespace tarvex

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+#include <deque>
+#include <enet/enet.h>
+#include <memory>
+
+class QSocketNotifier;
+class QTimer;
+
+namespace tarvex {
+
+struct EnetHostDeleter {
+    void operator()(ENetHost* host) const { enet_host_destroy(host); }
+};
+using EnetHostPtr = std::unique_ptr<ENetHost, EnetHostDeleter>;
+
+// How long the session layer waits for things that may never come. The defaults are the
+// program's; tests shorten them so that a vanished peer is noticed in a second or two.
+struct TransportTimeouts {
+    // A connected peer that has answered nothing for this long is gone.
+    quint32 silence_ms = 15000;
+    // A joining client whose handshake is not complete by then is dropped by the host.
+    quint32 handshake_ms = 10000;
+    // A client gives up an attempt after this long. Longer than the connect dialog's own
+    // 31-second countdown, so the dialog speaks first when a host never answers.
+    quint32 connect_ms = 35000;
+    // On close, how long to keep serving the socket so that peers hear the goodbye.
+    quint32 close_linger_ms = 300;
+};
+
+// One ENet event copied out of ENet, so that the packet can be destroyed at once and the
+// event handled later, in order, on the event loop's thread.
+struct EnetEvent {
+    ENetEventType type = ENET_EVENT_TYPE_NONE;
+    ENetPeer* peer = nullptr;
+    quint8 channel = 0;
+    quint32 data = 0;
+    QByteArray bytes;
+};
+
+// Runs an ENet host inside the Qt event loop: the socket notifier services it as soon as a
+// datagram arrives, a short timer drives retransmits, pings and time-outs, and events are
+// handed to Handle() one at a time. Handlers may send, close, or spin the event loop; events
+// that arrive meanwhile wait in the queue, so no handler ever runs inside another.
+class EnetPump : public QObject {
+    Q_OBJECT
+
+public:
+    explicit EnetPump(QObject* parent = nullptr);
+    ~EnetPump() override;
+
+    void SetTimeouts(const TransportTimeouts& timeouts) { m_timeouts = timeouts; }
+    const TransportTimeouts& Timeouts() const { return m_timeouts; }
+
+protected:
+    // Takes ownership of a freshly created host and starts serving it.
+    void Attach(EnetHostPtr host);
+    // Disconnects every peer with `reason`, serves the socket for a short while so that they
+    // hear it, then destroys the host. Queued events are dropped: after a close nothing is
+    // reported any more.
+    void Detach(quint32 reason);
+    ENetHost* Host() const { return m_host.get(); }
+
+    // Sends on one peer and flushes at once, so a message never waits for the next tick.
+    bool SendPacket(ENetPeer* peer, const QByteArray& bytes, quint8 channel, bool reliable);
+    void Flush();
+    // Makes ENet keep every unreliable packet on a clean link: its default throttle falls on
+    // the first jitter and then discards car states at random.
+    static void ConfigurePeer(ENetPeer* peer, quint32 silence_ms);
+
+    virtual void Handle(const EnetEvent& event) = 0;
+    // Called on every retransmit tick, for deadlines of the session's own.
+    virtual void Tick() {}
+
+    // Queues a session event that did not come from ENet (the host's own player), to be
+    // delivered from the event loop like any other.
+    void Post(EnetEvent event);
+
+private:
+    void Service();
+    void Dispatch();
+
+    EnetHostPtr m_host;
+    QSocketNotifier* m_notifier = nullptr;
+    QTimer* m_retransmit_timer = nullptr;
+    std::deque<EnetEvent> m_queue;
+    bool m_dispatching = false;
+    TransportTimeouts m_timeouts;
+};
+
+// ENet needs a one-time start per process; every session calls this before creating a host.
+bool EnsureEnetInitialised();
+
+} // namespace tarvex

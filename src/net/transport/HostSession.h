@@ -1,0 +1,99 @@
+#pragma once
+
+#include "net/transport/EnetPump.h"
+#include "net/transport/ResultCodes.h"
+
+#include <QElapsedTimer>
+#include <QString>
+#include <map>
+#include <memory>
+#include <optional>
+#include <unordered_map>
+
+namespace tarvex {
+
+class Dialogs;
+
+// The host side of a session: it listens on a UDP port, admits clients through the join
+// handshake and carries messages between the host's own player and them.
+//
+// Channels: 0 reliable ordered (SendReliable), 1 reliable for urgent messages (SendUrgent),
+// 2 unreliable (SendUnreliable). Events arrive on the thread that runs the event loop, one at a
+// time and in arrival order per sender; the first CreatePlayer after InitServer is the host's
+// own player.
+class HostSession final : public EnetPump {
+    Q_OBJECT
+
+public:
+    // Start failures are reported through `dialogs` (may be null: then only logged).
+    explicit HostSession(std::shared_ptr<Dialogs> dialogs, QObject* parent = nullptr);
+    ~HostSession() override;
+
+    // Opens the session on `port` for at most `player_limit` players, the host included. An
+    // empty `password` admits anyone with the right version. On failure the critical message
+    // box "Error 0x<code>: <description>" titled "InitServer" is shown and false returned.
+    bool InitServer(const QString& session_name, int player_limit, quint16 port,
+                    const QString& password);
+    bool IsHosting() const { return Host() != nullptr; }
+
+    // Sends to one player, or to every admitted client with DPNID_ALL_PLAYERS_GROUP (the host's
+    // own player never receives its own sends). `flags` is one of SendReliable, SendUnreliable,
+    // SendUrgent. The time-out of unreliable sends needs no handling here: every send is
+    // flushed at once, so nothing waits long enough to expire. Failures are silent, as callers
+    // never retry.
+    void SendTo(dpn::PlayerId to, const QByteArray& bytes, quint32 timeout_ms, quint32 flags);
+
+    // The nickname the player joined with; empty for an unknown id.
+    QString GetClientInfo(dpn::PlayerId id) const;
+    // Round-trip time to the player in whole milliseconds; nothing for the host's own player
+    // or an unknown id.
+    std::optional<quint32> GetConnectionInfo(dpn::PlayerId id) const;
+    // Removes a client; its DestroyPlayer follows once it has gone. The client is told that
+    // the host ended its session.
+    void DestroyClient(dpn::PlayerId id);
+    // Tells every client that the host ended the session, then closes. No event follows.
+    void CloseServer();
+
+    dpn::PlayerId HostPlayerId() const { return m_host_player; }
+    // Players in the session, the host included (0 when not hosting).
+    int PlayerCount() const;
+    int PlayerLimit() const { return m_player_limit; }
+    const QString& SessionName() const { return m_session_name; }
+    quint16 Port() const;
+
+signals:
+    void CreatePlayer(dpn::PlayerId id);
+    void DestroyPlayer(dpn::PlayerId id);
+    void Receive(dpn::PlayerId sender, const QByteArray& bytes);
+
+protected:
+    void Handle(const EnetEvent& event) override;
+    void Tick() override;
+
+private:
+    struct Peer {
+        QByteArray nonce;
+        qint64 connected_at_ms = 0;
+        dpn::PlayerId id = 0; // 0 until admitted
+        QString name;
+    };
+
+    void OnConnect(ENetPeer* peer);
+    void OnHandshake(ENetPeer* peer, Peer& state, const QByteArray& bytes);
+    void OnDisconnect(ENetPeer* peer);
+    void Refuse(ENetPeer* peer, dpn::ResultCode code);
+    dpn::PlayerId NewPlayerId();
+    ENetPeer* PeerOf(dpn::PlayerId id) const;
+
+    std::shared_ptr<Dialogs> m_dialogs;
+    QElapsedTimer m_clock;
+    QString m_session_name;
+    QString m_password;
+    int m_player_limit = 0;
+    dpn::PlayerId m_host_player = 0;
+    dpn::PlayerId m_next_id = 0;
+    std::unordered_map<ENetPeer*, Peer> m_peers;
+    std::map<dpn::PlayerId, ENetPeer*> m_players;
+};
+
+} // namespace tarvex

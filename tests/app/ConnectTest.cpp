@@ -1,0 +1,186 @@
+#include "AppHarness.h"
+#include "TestRegistry.h"
+#include "net/transport/HostSession.h"
+
+#include <QCheckBox>
+#include <QNetworkDatagram>
+#include <QScrollBar>
+#include <QTest>
+#include <QTextEdit>
+#include <QUdpSocket>
+
+using namespace tarvex;
+using namespace tarvex::test;
+
+// The start-up window driven through its controls, against real sessions on loopback.
+class ConnectTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void onlyTheRoleButtonsAtFirst() {
+        App app;
+        QVERIFY(app.start_up->Start(QString()));
+        ConnectFRM* form = app.start_up->ConnectForm();
+        QCOMPARE(form->windowTitle(), QStringLiteral("Connect as..."));
+        QVERIFY(form->isVisible());
+        QVERIFY(app.Control<QWidget>("Frame1")->isVisible());
+        QVERIFY(!app.Control<QWidget>("frameT")->isVisible());
+        QVERIFY(!app.Control<QPushButton>("ConnectCMD")->isEnabled());
+        QVERIFY(!app.Control<QLineEdit>("IPtxt")->isEnabled());
+        QVERIFY(!app.Control<QLineEdit>("nicknameTXT")->isEnabled());
+
+        app.Click("ClientCMD");
+        QCOMPARE(form->windowTitle(), QStringLiteral("Connect as Client"));
+        QVERIFY(!app.Control<QWidget>("Frame1")->isVisible());
+        QVERIFY(app.Control<QWidget>("frameT")->isVisible());
+        QCOMPARE(app.Control<QLineEdit>("IPtxt")->text(), QStringLiteral("localhost"));
+        QVERIFY(app.Control<QLineEdit>("IPtxt")->isEnabled());
+        QVERIFY(!app.Control<QLineEdit>("txtSName")->isEnabled());
+        QVERIFY(!app.Control<QScrollBar>("scrPlay")->isEnabled());
+        QVERIFY(!app.Control<QCheckBox>("chkPublic")->isEnabled());
+        QVERIFY(app.Control<QPushButton>("ConnectCMD")->isEnabled());
+        QCOMPARE(app.Control<QPushButton>("ConnectCMD")->text(), QStringLiteral("&Connect"));
+    }
+
+    // Nothing is started and nothing saved when a field is missing or wrong.
+    void validation_data() {
+        QTest::addColumn<bool>("host");
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<QString>("port");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("host, no port") << true << ""
+                                       << ""
+                                       << "Ann"
+                                       << "Invalid Address";
+        QTest::newRow("host, port 0") << true << ""
+                                      << "0"
+                                      << "Ann"
+                                      << "Invalid Address";
+        QTest::newRow("host, port too big") << true << ""
+                                            << "65536"
+                                            << "Ann"
+                                            << "Invalid Address";
+        QTest::newRow("host, port not a number") << true << ""
+                                                 << "20x5"
+                                                 << "Ann"
+                                                 << "Invalid Address";
+        QTest::newRow("host, no name") << true << ""
+                                       << "2005"
+                                       << ""
+                                       << "Invalid Name";
+        QTest::newRow("host, neither") << true << ""
+                                       << ""
+                                       << ""
+                                       << "Invalid Address";
+        QTest::newRow("client, no address") << false << ""
+                                            << "2005"
+                                            << "Bob"
+                                            << "Invalid Address";
+        QTest::newRow("client, no port") << false << "127.0.0.1"
+                                         << ""
+                                         << "Bob"
+                                         << "Invalid Address";
+        QTest::newRow("client, port not a number") << false << "127.0.0.1"
+                                                   << "port"
+                                                   << "Bob"
+                                                   << "Invalid Address";
+        QTest::newRow("client, no name") << false << "127.0.0.1"
+                                         << "2005"
+                                         << ""
+                                         << "Invalid Name";
+    }
+    void validation() {
+        QFETCH(bool, host);
+        QFETCH(QString, address);
+        QFETCH(QString, port);
+        QFETCH(QString, name);
+        QFETCH(QString, message);
+        App app;
+        QVERIFY(app.start_up->Start(QString()));
+        const QString ini_before = app.Ini();
+        app.Click(host ? "ServerCMD" : "ClientCMD");
+        if (!host) {
+            app.Type("IPtxt", address);
+        }
+        app.Type("PORTtxt", port);
+        app.Type("nicknameTXT", name);
+        app.Click("ConnectCMD");
+        QCOMPARE(app.Status(), message);
+        QVERIFY(!app.tarvex->server().IsHosting());
+        QVERIFY(!app.tarvex->client().IsConnecting());
+        QVERIFY(!app.Logic().CountdownRunning());
+        QVERIFY(!app.start_up->ServerForm());
+        QCOMPARE(app.Ini(), ini_before);
+        QVERIFY(app.Control<QPushButton>("ConnectCMD")->isEnabled());
+    }
+
+    void hostingHandsOverToTheServerWindow() {
+        QUdpSocket listing;
+        QVERIFY(listing.bind(QHostAddress::LocalHost, FreeUdpPort()));
+        const quint16 port = FreeUdpPort();
+        App app("PUBLIC=1\nBROADCASTPORT=" + QByteArray::number(listing.localPort()) +
+                "\nPORT=" + QByteArray::number(port) + "\nNAME=Ann\nGNAME=Dune Cup\nPNUM=7\n");
+        QVERIFY(app.start_up->Start(QString()));
+        app.Click("ServerCMD");
+        ConnectFRM* form = app.start_up->ConnectForm();
+        QCOMPARE(form->windowTitle(), QStringLiteral("Start a Server"));
+        QCOMPARE(app.Control<QPushButton>("ConnectCMD")->text(), QStringLiteral("Create"));
+        QVERIFY(!app.Control<QLineEdit>("IPtxt")->isEnabled());
+        QCOMPARE(app.Control<QLineEdit>("PORTtxt")->text(), QString::number(port));
+        QCOMPARE(app.Control<QLineEdit>("txtSName")->text(), QStringLiteral("Dune Cup"));
+        QCOMPARE(app.Control<QLineEdit>("txtPNUM")->text(), QStringLiteral("7"));
+        QVERIFY(app.Control<QCheckBox>("chkPublic")->isChecked());
+
+        app.Control<QScrollBar>("scrPlay")->setValue(2);
+        QCOMPARE(app.Control<QLineEdit>("txtPNUM")->text(), QStringLiteral("2"));
+        app.Type("passwordTXT", QStringLiteral("hidden-word"));
+        app.Click("ConnectCMD");
+
+        QCOMPARE(app.Logic().Caption(), QStringLiteral("Connected"));
+        QVERIFY(app.tarvex->server().IsHosting());
+        QCOMPARE(app.tarvex->server().PlayerLimit(), 2);
+        QCOMPARE(app.tarvex->MaxPlayerCount, quint8(2));
+        QVERIFY(app.tarvex->IsHost);
+        QCOMPARE(app.tarvex->MyName, QStringLiteral("Ann"));
+        QVERIFY(app.start_up->ServerForm()->isVisible());
+        QTRY_VERIFY(!app.start_up->ConnectForm());
+        QCOMPARE(app.ends, 0);
+        const QString ini = app.Ini();
+        QVERIFY(ini.contains(QStringLiteral("PNUM=2")));
+        QVERIFY(!ini.contains(QStringLiteral("hidden-word")));
+
+        // The listing went out at once, to this machine only.
+        QVERIFY(listing.waitForReadyRead(5000));
+        const QByteArray datagram = listing.receiveDatagram().data();
+        const char head[] = {5, 2, 1, char(port & 0xFF), char(port >> 8), 0, 0};
+        QCOMPARE(datagram.left(7), QByteArray(head, 7));
+        QCOMPARE(datagram.mid(7), QByteArray("\x08\x00"
+                                             "Dune Cup"
+                                             "\x03\x00"
+                                             "Ann"
+                                             "\x01\x01\x0A\xFF",
+                                             19));
+
+        // Closing the host window ends the session and the program.
+        app.start_up->ServerForm()->close();
+        QCOMPARE(app.ends, 1);
+        QVERIFY(!app.tarvex->server().IsHosting());
+    }
+
+    void hostStartFailureKeepsTheWindow() {
+        HostSession squatter(nullptr);
+        const quint16 port = FreeUdpPort();
+        QVERIFY(squatter.InitServer(QStringLiteral("First"), 12, port, QString()));
+        App app("PORT=" + QByteArray::number(port) + "\n");
+        QVERIFY(app.start_up->Start(QStringLiteral("-1")));
+        QCOMPARE(app.fake.dialogs->messages.size(), 1);
+        QCOMPARE(app.fake.dialogs->messages[0].title, QStringLiteral("InitServer"));
+        QVERIFY(app.fake.dialogs->messages[0].text.startsWith(QStringLiteral("Error 0x")));
+        QVERIFY(app.start_up->ServerForm()->isVisible());
+        QCOMPARE(app.ends, 0);
+    }
+};
+
+TARVEX_TEST(ConnectTest);
+#include "ConnectTest.moc"

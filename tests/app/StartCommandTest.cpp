@@ -1,0 +1,70 @@
+#include "app/StartCommand.h"
+
+#include "TestRegistry.h"
+
+#include <QTest>
+
+using namespace tarvex;
+
+class StartCommandTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void parse_data() {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<bool>("parsed");
+        QTest::addColumn<QStringList>("fields"); // mode, address, port, name, password
+
+        QTest::newRow("none") << "" << false << QStringList();
+        QTest::newRow("one character") << "-" << false << QStringList();
+        QTest::newRow("host at once") << "-1" << true << QStringList{"1", "", "", "", ""};
+        QTest::newRow("join without password")
+            << "-2:192.0.2.5:2005:Bob:" << true << QStringList{"2", "192.0.2.5", "2005", "Bob", ""};
+        QTest::newRow("password keeps its colons")
+            << "-1::2006:Ann:pa:ss" << true << QStringList{"1", "", "2006", "Ann", "pa:ss"};
+        QTest::newRow("empty fields") << "-3::::" << true << QStringList{"3", "", "", "", ""};
+        QTest::newRow("address only")
+            << "-2:host.lan" << true << QStringList{"2", "host.lan", "", "", ""};
+        QTest::newRow("address and port")
+            << "-2:host.lan:2010" << true << QStringList{"2", "host.lan", "2010", "", ""};
+        QTest::newRow("three fields")
+            << "-2:h:1:Zed" << true << QStringList{"2", "h", "1", "Zed", ""};
+        QTest::newRow("unknown mode")
+            << "-7:h:1:Zed:pw" << true << QStringList{"7", "h", "1", "Zed", "pw"};
+    }
+    void parse() {
+        QFETCH(QString, line);
+        QFETCH(bool, parsed);
+        QFETCH(QStringList, fields);
+        const auto command = ParseStartCommand(line);
+        QCOMPARE(command.has_value(), parsed);
+        if (parsed) {
+            QCOMPARE((QStringList{command->mode, command->address, command->port, command->name,
+                                  command->password}),
+                     fields);
+        }
+    }
+
+    void takenFromTheArguments_data() {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("taken");
+        QTest::addColumn<QStringList>("rest");
+        QTest::newRow("after an option") << QStringList{"tarvex", "--config", "/c", "-2:a:1:B:"}
+                                         << "-2:a:1:B:" << QStringList{"tarvex", "--config", "/c"};
+        QTest::newRow("alone") << QStringList{"tarvex", "-1"} << "-1" << QStringList{"tarvex"};
+        QTest::newRow("options only") << QStringList{"tarvex", "-h", "--version"} << ""
+                                      << QStringList{"tarvex", "-h", "--version"};
+        QTest::newRow("program name is never taken")
+            << QStringList{"-3"} << "" << QStringList{"-3"};
+    }
+    void takenFromTheArguments() {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, taken);
+        QFETCH(QStringList, rest);
+        QCOMPARE(TakeStartCommand(arguments), taken);
+        QCOMPARE(arguments, rest);
+    }
+};
+
+TARVEX_TEST(StartCommandTest);
+#include "StartCommandTest.moc"
