@@ -1,10 +1,13 @@
 #include "app/ClientFRM.h"
 
+#include "app/ConsoleView.h"
+#include "app/PlayerRows.h"
 #include "app/SessionTexts.h"
 #include "app/SettingsFile.h"
 #include "app/Tarvex.h"
 
 #include <QCloseEvent>
+#include <QComboBox>
 #include <QCoreApplication>
 #include <QLabel>
 #include <QTextEdit>
@@ -15,44 +18,55 @@ namespace tarvex {
 ClientFRM::ClientFRM(Tarvex& tarvex, QWidget* parent)
     : QWidget(parent)
     , m_tarvex(tarvex)
-    , m_lblNumPlayer(new QLabel(QStringLiteral("Player(s): 1/12"), this))
+    , m_rows(new PlayerRows(tarvex.roster, false, this))
     , m_lblServerName(new QLabel(this))
     , m_lblStatus(new QLabel(this))
     , m_MainTXT(new QTextEdit(this)) {
     setObjectName(QStringLiteral("ClientFRM"));
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(QStringLiteral("Tarvex - Client"));
-    m_lblNumPlayer->setObjectName(QStringLiteral("lblNumPlayer"));
     m_lblServerName->setObjectName(QStringLiteral("lblServerName"));
     m_lblStatus->setObjectName(QStringLiteral("lblStatus"));
     m_MainTXT->setObjectName(QStringLiteral("MainTXT"));
     m_MainTXT->setReadOnly(true);
 
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(m_lblNumPlayer);
     layout->addWidget(m_lblServerName);
     layout->addWidget(m_lblStatus);
+    layout->addWidget(m_rows);
     layout->addWidget(m_MainTXT);
 
     ClientSession& client = m_tarvex.client();
     connect(&client, &ClientSession::ConnectComplete, this, &ClientFRM::OnConnectComplete);
-    connect(&client, &ClientSession::Receive, this, &ClientFRM::OnReceive);
-    connect(&client, &ClientSession::TerminateSession, this, &ClientFRM::OnTerminateSession);
+    ClientSide& side = m_tarvex.client_side();
+    m_rows->Follow(&side);
+    connect(&side, &ClientSide::Welcome, this, &ClientFRM::WelcomeReceived);
+    connect(&side, &ClientSide::SessionLost, this, &ClientFRM::OnSessionLost);
+    FollowConsole(m_tarvex.console, m_MainTXT);
     // Abandoning an attempt or leaving closes the window that received the session's events.
     connect(&client, &ClientSession::Closed, this, &QWidget::close);
 }
 
 void ClientFRM::WelcomeReceived() {
     m_welcomed = true;
-    m_lblNumPlayer->setText(QStringLiteral("Player(s): 1/%1").arg(m_tarvex.client().PlayerLimit()));
+    m_rows->RefreshAll();
+    // Only the own row's lists are ours to change.
+    const int own = m_tarvex.LocalSlot;
+    for (int slot = 0; slot < RowCount; ++slot) {
+        for (QComboBox* list : {m_rows->pCar[slot], m_rows->pTrans[slot], m_rows->pTyre[slot]}) {
+            list->setEnabled(slot == own && m_tarvex.flags.RaceLaunched == 0);
+        }
+    }
     m_lblServerName->setText(QStringLiteral("Server Name: ") +
                              m_tarvex.client().GetApplicationDesc());
-    m_lblStatus->setText(QStringLiteral("Status: Idle"));
+    m_lblStatus->setText(m_tarvex.flags.RaceLaunched == 1
+                             ? QStringLiteral("Status: Race in Session")
+                             : QStringLiteral("Status: Idle"));
     emit welcomed();
 }
 
 void ClientFRM::AddLine(const QString& line) {
-    m_MainTXT->append(line);
+    m_tarvex.console.DisplayText(line);
 }
 
 void ClientFRM::OnConnectComplete(dpn::ResultCode result) {
@@ -66,13 +80,15 @@ void ClientFRM::OnConnectComplete(dpn::ResultCode result) {
     QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
 }
 
-void ClientFRM::OnReceive(dpn::PlayerId, const QByteArray&) {
-    // Messages are dispatched once the message catalogue is in place.
-}
-
-void ClientFRM::OnTerminateSession(dpn::ResultCode result) {
-    AddLine(TerminationLine(result));
-    m_lblNumPlayer->clear();
+void ClientFRM::OnSessionLost() {
+    // The console has said why; the rows are empty and nothing in them can be chosen.
+    for (int slot = 0; slot < RowCount; ++slot) {
+        for (QComboBox* list :
+             {m_rows->pName[slot], m_rows->pCar[slot], m_rows->pTrans[slot], m_rows->pTyre[slot]}) {
+            list->setEnabled(false);
+        }
+    }
+    m_rows->lblNumPlayer->clear();
     m_lblServerName->clear();
     m_lblStatus->clear();
 }

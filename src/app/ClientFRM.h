@@ -9,11 +9,12 @@ class QTextEdit;
 
 namespace tarvex {
 
+class PlayerRows;
 class Tarvex;
 
 // The client's window. It exists, hidden, from the start of a connect attempt, because it
-// receives the client's events; it is shown when the host's welcome arrives. For now it shows
-// the player count, the server name, the status line and the chat console.
+// receives the client's events; it is shown when the host's welcome arrives. It shows the player
+// rows, the server name, the status line and the chat console.
 class ClientFRM : public QWidget {
     Q_OBJECT
 
@@ -24,7 +25,10 @@ public:
     void WelcomeReceived();
     bool Welcomed() const { return m_welcomed; }
 
+    // Shows a system line in the chat console.
     void AddLine(const QString& line);
+
+    PlayerRows& Rows() { return *m_rows; }
 
 signals:
     // A connect attempt was refused; `message` is what the connect dialog shows.
@@ -39,11 +43,10 @@ protected:
 
 private:
     void OnConnectComplete(dpn::ResultCode result);
-    void OnReceive(dpn::PlayerId sender, const QByteArray& bytes);
-    void OnTerminateSession(dpn::ResultCode result);
+    void OnSessionLost();
 
     Tarvex& m_tarvex;
-    QLabel* m_lblNumPlayer;
+    PlayerRows* m_rows;
     QLabel* m_lblServerName;
     QLabel* m_lblStatus;
     QTextEdit* m_MainTXT;

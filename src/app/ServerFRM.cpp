@@ -1,5 +1,7 @@
 #include "app/ServerFRM.h"
 
+#include "app/ConsoleView.h"
+#include "app/PlayerRows.h"
 #include "app/SettingsFile.h"
 #include "app/Tarvex.h"
 #include "net/transport/PublicListing.h"
@@ -14,23 +16,22 @@ namespace tarvex {
 ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
     : QWidget(parent)
     , m_tarvex(tarvex)
-    , m_lblNumPlayer(new QLabel(QStringLiteral("Player(s): 1/12"), this))
+    , m_rows(new PlayerRows(tarvex.roster, true, this))
     , m_lblServerName(new QLabel(this))
     , m_lblStatus(new QLabel(QStringLiteral("Status: Idle"), this))
     , m_MainTXT(new QTextEdit(this)) {
     setObjectName(QStringLiteral("ServerFRM"));
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(QStringLiteral("Tarvex - Server"));
-    m_lblNumPlayer->setObjectName(QStringLiteral("lblNumPlayer"));
     m_lblServerName->setObjectName(QStringLiteral("lblServerName"));
     m_lblStatus->setObjectName(QStringLiteral("lblStatus"));
     m_MainTXT->setObjectName(QStringLiteral("MainTXT"));
     m_MainTXT->setReadOnly(true);
 
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(m_lblNumPlayer);
     layout->addWidget(m_lblServerName);
     layout->addWidget(m_lblStatus);
+    layout->addWidget(m_rows);
     layout->addWidget(m_MainTXT);
 
     m_listing = new PublicListing(
@@ -48,15 +49,15 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
         },
         this);
 
-    HostSession& server = m_tarvex.server();
-    connect(&server, &HostSession::CreatePlayer, this, &ServerFRM::OnCreatePlayer);
-    connect(&server, &HostSession::DestroyPlayer, this, &ServerFRM::OnDestroyPlayer);
-    connect(&server, &HostSession::Receive, this, &ServerFRM::OnReceive);
+    m_rows->Follow(&m_tarvex.server_side());
+    connect(m_rows, &PlayerRows::KickRequested, &m_tarvex.server_side(), &ServerSide::Kick);
+    FollowConsole(m_tarvex.console, m_MainTXT);
 }
 
 void ServerFRM::PrepareSession(int player_rows) {
     m_player_rows = player_rows;
     m_lblServerName->setText(QStringLiteral("Server Name: ") + m_tarvex.settings.ServerName);
+    m_rows->RefreshAll();
 }
 
 void ServerFRM::StartListing() {
@@ -72,25 +73,7 @@ void ServerFRM::DoGTimer() {
 }
 
 void ServerFRM::AddLine(const QString& line) {
-    m_MainTXT->append(line);
-}
-
-void ServerFRM::OnCreatePlayer(dpn::PlayerId) {
-    ShowPlayerCount();
-}
-
-void ServerFRM::OnDestroyPlayer(dpn::PlayerId) {
-    ShowPlayerCount();
-}
-
-void ServerFRM::OnReceive(dpn::PlayerId, const QByteArray&) {
-    // Messages are dispatched once the message catalogue is in place.
-}
-
-void ServerFRM::ShowPlayerCount() {
-    m_lblNumPlayer->setText(QStringLiteral("Player(s): %1/%2")
-                                .arg(m_tarvex.server().PlayerCount())
-                                .arg(m_tarvex.MaxPlayerCount));
+    m_tarvex.console.DisplayText(line);
 }
 
 void ServerFRM::closeEvent(QCloseEvent* event) {

@@ -9,11 +9,12 @@ class QTextEdit;
 
 namespace tarvex {
 
+class PlayerRows;
 class PublicListing;
 class Tarvex;
 
 // The host's window. It receives the server's events and announces the session publicly.
-// For now it shows the player count, the server name, the status line and the chat console.
+// It shows the player rows, the server name, the status line and the chat console.
 class ServerFRM : public QWidget {
     Q_OBJECT
 
@@ -27,8 +28,10 @@ public:
     void DoGTimer();
     PublicListing& Listing() { return *m_listing; }
 
-    // Appends a line to the chat console.
+    // Shows a system line in the chat console.
     void AddLine(const QString& line);
+
+    PlayerRows& Rows() { return *m_rows; }
 
 signals:
     // The window closed: the session is over and the program ends.
@@ -38,13 +41,8 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    void OnCreatePlayer(dpn::PlayerId id);
-    void OnDestroyPlayer(dpn::PlayerId id);
-    void OnReceive(dpn::PlayerId sender, const QByteArray& bytes);
-    void ShowPlayerCount();
-
     Tarvex& m_tarvex;
-    QLabel* m_lblNumPlayer;
+    PlayerRows* m_rows;
     QLabel* m_lblServerName;
     QLabel* m_lblStatus;
     QTextEdit* m_MainTXT;

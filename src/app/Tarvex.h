@@ -1,6 +1,11 @@
 #pragma once
 
 #include "app/Settings.h"
+#include "chat/ChatConsole.h"
+#include "net/ClientSide.h"
+#include "net/Roster.h"
+#include "net/ServerSide.h"
+#include "net/SessionFlags.h"
 #include "net/transport/ClientSession.h"
 #include "net/transport/HostSession.h"
 #include "platform/Platform.h"
@@ -34,22 +39,38 @@ public:
     QString MyName;
     // Empty means none. Only ever typed or given on the command line, never stored.
     QString SessionPassword;
-    std::uint8_t LocalSlot = 0;
-    std::uint8_t MaxPlayerCount = 0;
+
+    // The players of the session, as every copy keeps them; the session counters live there.
+    Roster roster;
+    std::uint8_t& LocalSlot = roster.LocalSlot;
+    std::uint8_t& MaxPlayerCount = roster.MaxPlayerCount;
+    SessionFlags flags;
+
+    // The race window's console and the overlay's last lines.
+    ChatConsole console{settings.ChatSeconds};
 
     // The session transport: the server side on the host, the client side when joining. Both
     // exist for the whole run; only the one of the chosen role is ever opened.
     HostSession& server() { return *m_server; }
     ClientSession& client() { return *m_client; }
+    // The session protocol on top of the transport, one per role, wired to the roster and the
+    // console.
+    ServerSide& server_side() { return *m_server_side; }
+    ClientSide& client_side() { return *m_client_side; }
 
     // The car choice of the local player in the role it plays now.
     CarSelection& LocalCar() { return IsHost ? stored.host_car : stored.client_car; }
+
+    // The race settings as the host sends them to everyone.
+    GameDataMsg CurrentGameData() const;
 
 private:
     Platform m_platform;
     QString m_config_folder;
     HostSession* m_server;
     ClientSession* m_client;
+    ServerSide* m_server_side;
+    ClientSide* m_client_side;
 };
 
 } // namespace tarvex

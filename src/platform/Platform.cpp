@@ -3,6 +3,7 @@
 #include "platform/linux/MonotonicClock.h"
 #include "platform/linux/WineRegistry.h"
 #include "platform/qt/QtShell.h"
+#include "platform/qt/QtSound.h"
 
 namespace tarvex {
 
@@ -11,6 +12,7 @@ Platform Platform::Native() {
     platform.clock = std::make_shared<MonotonicClock>();
     platform.registry = std::make_shared<WineRegistry>();
     platform.shell = std::make_shared<QtShell>();
+    platform.sound = std::make_shared<QtSound>();
     return platform;
 }
 

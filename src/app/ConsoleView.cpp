@@ -1,0 +1,29 @@
+#include "app/ConsoleView.h"
+
+#include "chat/ChatConsole.h"
+
+#include <QTextEdit>
+
+namespace tarvex {
+
+namespace {
+
+void Append(QTextEdit* MainTXT, const QString& piece) {
+    MainTXT->moveCursor(QTextCursor::End);
+    // A text box here breaks lines at LF alone; a CR would show as a second break.
+    QString text = piece;
+    text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    MainTXT->insertPlainText(text);
+    MainTXT->ensureCursorVisible();
+}
+
+} // namespace
+
+void FollowConsole(ChatConsole& console, QTextEdit* MainTXT) {
+    MainTXT->setPlainText(
+        QString(console.Text()).replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
+    QObject::connect(&console, &ChatConsole::Appended, MainTXT,
+                     [MainTXT](const QString& piece) { Append(MainTXT, piece); });
+}
+
+} // namespace tarvex

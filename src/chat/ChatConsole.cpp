@@ -1,0 +1,40 @@
+#include "chat/ChatConsole.h"
+
+#include "chat/GameMessageBox.h"
+
+namespace tarvex {
+
+ChatConsole::ChatConsole(const std::uint8_t& chat_seconds, QObject* parent)
+    : QObject(parent)
+    , m_chat_seconds(chat_seconds) {}
+
+void ChatConsole::DisplayMsg(const QString& text, const QString& name) {
+    if (text.left(4).compare(QLatin1String("/me "), Qt::CaseInsensitive) == 0) {
+        // "/me waves" from Bob reads "* Bob waves": the space after /me stays as the separator.
+        const QString line = QStringLiteral("* ") + name + text.mid(3);
+        Show(line, line);
+        return;
+    }
+    Show(u'<' + name + QStringLiteral("> ") + text, name + QStringLiteral("> ") + text);
+}
+
+void ChatConsole::DisplayText(const QString& text) {
+    Show(text, text);
+}
+
+void ChatConsole::Show(const QString& console_line, const QString& overlay_line) {
+    const QString piece = m_text.isEmpty() ? console_line : QStringLiteral("\r\n") + console_line;
+    m_text += piece;
+    emit Appended(piece);
+
+    for (std::size_t i = 0; i < 3; ++i) {
+        ChatLines[i] = ChatLines[i + 1];
+    }
+    ChatLines[3] = overlay_line;
+
+    if (m_game_box) {
+        m_game_box->SetDisplaySeconds(float(m_chat_seconds));
+    }
+}
+
+} // namespace tarvex

@@ -1,0 +1,314 @@
+#include "net/ServerSide.h"
+
+#include "app/Settings.h"
+#include "net/SessionFlags.h"
+#include "net/Trace.h"
+#include "net/transport/HostSession.h"
+#include "platform/Clock.h"
+
+#include <QLoggingCategory>
+#include <QTimer>
+
+namespace tarvex {
+
+namespace {
+
+Q_LOGGING_CATEGORY(HostLog, "tarvex.net.host")
+
+// Messages only the host sends: a client that sends one is confused or lying.
+bool HostOnly(std::uint8_t type) {
+    switch (MessageType(type)) {
+    case MessageType::Welcome:
+    case MessageType::Quit:
+    case MessageType::LagTable:
+    case MessageType::Join:
+    case MessageType::GameData:
+    case MessageType::RaceState:
+    case MessageType::Progress:
+    case MessageType::StartRace:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+ServerSide::ServerSide(HostSession& server, Roster& roster, SessionFlags& flags,
+                       const Settings& settings, const QString& my_name, Clock& clock,
+                       QObject* parent)
+    : QObject(parent)
+    , m_server(server)
+    , m_roster(roster)
+    , m_flags(flags)
+    , m_settings(settings)
+    , m_my_name(my_name)
+    , m_clock(clock)
+    , m_ping_timer(new QTimer(this)) {
+    m_ping_timer->setInterval(PingIntervalMs);
+    connect(m_ping_timer, &QTimer::timeout, this, &ServerSide::pingTimer_Timer);
+    connect(&m_server, &HostSession::CreatePlayer, this, &ServerSide::CreatePlayer);
+    connect(&m_server, &HostSession::DestroyPlayer, this, &ServerSide::DestroyPlayer);
+    connect(&m_server, &HostSession::Receive, this, &ServerSide::Receive);
+}
+
+void ServerSide::CreatePlayer(dpn::PlayerId id) {
+    ++m_roster.PlayerCount;
+    emit CountChanged();
+
+    // The session's first player is the host's own.
+    if (m_roster[0].PlayerId == 0) {
+        m_roster.Occupy(0, std::int32_t(id), m_my_name);
+        m_roster.HostPlayerId = std::int32_t(id);
+        m_ping_timer->start();
+        emit SlotChanged(0);
+        return;
+    }
+
+    const int slot = m_roster.FreeSlot();
+    const QString name = m_server.GetClientInfo(id);
+    m_roster.Occupy(slot, std::int32_t(id), name);
+    emit SlotChanged(slot);
+
+    Send(id, Encode(m_roster.Welcome(slot, m_flags.RaceLaunched)), WelcomeMsg::Option);
+    SendToAll(JoinMsg{std::uint8_t(slot), m_roster.PlayerCount, m_roster.MaxPlayerCount,
+                      std::int32_t(id), name});
+    emit GameDataNeeded();
+    if (m_settings.ShowJoinQuit == 1) {
+        emit SystemLine(QStringLiteral("* Join: (") + name + u')');
+    }
+}
+
+void ServerSide::DestroyPlayer(dpn::PlayerId id) {
+    // A player the limit should have kept out leaves without a trace in the rows.
+    if (m_roster.PlayerCount > m_roster.MaxPlayerCount) {
+        --m_roster.PlayerCount;
+        return;
+    }
+    --m_roster.PlayerCount;
+    emit CountChanged();
+
+    const int slot = m_roster.QuitSlot(std::int32_t(id));
+    if (m_settings.ShowJoinQuit == 1) {
+        emit SystemLine(QStringLiteral("* Quit: (") + m_roster[slot].Name + u')');
+    }
+    m_roster.Clear(slot);
+    emit SlotChanged(slot);
+    SendToAll(QuitMsg{std::uint8_t(slot), m_roster.PlayerCount, m_roster.MaxPlayerCount});
+}
+
+void ServerSide::Receive(dpn::PlayerId sender_id, const QByteArray& bytes) {
+    TraceMessage(TraceDirection::Received, sender_id, false, bytes);
+    // The client's answer to our clock carries nothing at all.
+    if (bytes.isEmpty()) {
+        return;
+    }
+    const std::optional<int> found = m_roster.SlotOf(std::int32_t(sender_id));
+    if (!found || *found == 0) {
+        qCWarning(HostLog) << "message from a player without a slot:" << sender_id;
+        return;
+    }
+    const int sender = *found;
+    WireReader r(bytes);
+    const std::uint8_t type = r.U8();
+    if (HostOnly(type)) {
+        qCWarning(HostLog) << "slot" << sender << "sent host-only message type" << type;
+        return;
+    }
+    switch (MessageType(type)) {
+    case MessageType::Chat:
+        OnChat(r, sender, bytes);
+        break;
+    case MessageType::GameStatus:
+        OnGameStatus(r, sender, bytes);
+        break;
+    case MessageType::CarChoice:
+        OnCarChoice(r, sender, bytes);
+        break;
+    case MessageType::CarState:
+        OnCarState(r, sender, bytes);
+        break;
+    case MessageType::Split1:
+    case MessageType::Split2:
+    case MessageType::Finish:
+        OnTime(r, MessageType(type), sender, bytes);
+        break;
+    case MessageType::FalseStart:
+        OnFalseStart(r, sender, bytes);
+        break;
+    case MessageType::Restart:
+        OnVote(r, sender);
+        break;
+    case MessageType::Sync:
+        OnSync(sender_id);
+        break;
+    default:
+        break;
+    }
+}
+
+bool ServerSide::Speaks(int sender, std::uint8_t slot, const char* what) const {
+    if (slot == sender) {
+        return true;
+    }
+    qCWarning(HostLog) << "slot" << sender << "sent" << what << "for slot" << slot << "- dropped";
+    return false;
+}
+
+void ServerSide::OnChat(WireReader& r, int sender, const QByteArray& bytes) {
+    const std::optional<ChatMsg> msg = ChatMsg::decode(r);
+    if (!msg || !Speaks(sender, msg->slot, "a chat line")) {
+        return;
+    }
+    emit ChatLine(msg->text, m_roster[msg->slot].Name);
+    Send(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, ChatMsg::Option);
+}
+
+void ServerSide::OnGameStatus(WireReader& r, int sender, const QByteArray& bytes) {
+    const std::optional<GameStatusMsg> msg = GameStatusMsg::decode(r);
+    if (!msg || !Speaks(sender, msg->slot, "a status")) {
+        return;
+    }
+    m_roster[msg->slot].Status = msg->status;
+    emit StatusChanged(msg->slot);
+    Send(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, GameStatusMsg::Option);
+}
+
+void ServerSide::OnCarChoice(WireReader& r, int sender, const QByteArray& bytes) {
+    const std::optional<CarChoiceMsg> msg = CarChoiceMsg::decode(r);
+    if (!msg || !Speaks(sender, msg->slot, "a car choice")) {
+        return;
+    }
+    m_roster.cars[msg->slot] = {msg->car, msg->transmission, msg->tyre};
+    emit CarChoiceChanged(msg->slot);
+    Send(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, CarChoiceMsg::Option);
+}
+
+void ServerSide::OnCarState(WireReader& r, int sender, const QByteArray& bytes) {
+    const std::optional<CarStateMsg> msg = CarStateMsg::decode(r, m_settings.Compression);
+    if (!msg || !Speaks(sender, msg->slot, "a car state")) {
+        return;
+    }
+    m_roster[msg->slot].Distance = msg->distance;
+    emit CarStateReceived(*msg);
+    ForwardCarState(msg->slot, msg->progress, bytes);
+}
+
+void ServerSide::OnTime(WireReader& r, MessageType kind, int sender, const QByteArray& bytes) {
+    const std::optional<TimeMsg> msg = TimeMsg::decode(r, kind);
+    if (!msg || !Speaks(sender, msg->slot, "a time")) {
+        return;
+    }
+    emit TimeReceived(*msg);
+    Send(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, TimeMsg::Option);
+}
+
+void ServerSide::OnFalseStart(WireReader& r, int sender, const QByteArray& bytes) {
+    const std::optional<FalseStartMsg> msg = FalseStartMsg::decode(r);
+    if (!msg || !Speaks(sender, msg->slot, "a false start")) {
+        return;
+    }
+    emit FalseStartReceived(msg->slot);
+    Send(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, FalseStartMsg::Option);
+}
+
+void ServerSide::OnVote(WireReader& r, int sender) {
+    const std::optional<VoteRestartMsg> msg = VoteRestartMsg::decode(r);
+    if (!msg || !Speaks(sender, msg->slot, "a restart vote")) {
+        return;
+    }
+    emit VoteReceived(msg->slot);
+}
+
+void ServerSide::OnSync(dpn::PlayerId sender) {
+    Send(sender, Encode(SyncReplyMsg{std::int32_t(m_clock.NowMs())}), SyncReplyMsg::Option);
+}
+
+void ServerSide::ForwardCarState(int from_slot, std::uint8_t progress, const QByteArray& bytes) {
+    // Only players on the stage draw ghosts; the others just want to know how far it got.
+    for (int slot = 1; slot <= 11; ++slot) {
+        const PlayerRecord& record = m_roster[slot];
+        if (slot == from_slot || !record.Occupied()) {
+            continue;
+        }
+        if (OnStage(record.Status)) {
+            Send(dpn::PlayerId(record.PlayerId), bytes, CarStateMsg::Option);
+        } else {
+            Send(dpn::PlayerId(record.PlayerId),
+                 Encode(ProgressMsg{std::uint8_t(from_slot), progress}), ProgressMsg::Option);
+        }
+    }
+}
+
+void ServerSide::SendMsg(const QString& text) {
+    emit ChatLine(text, m_roster[0].Name);
+    SendToAll(ChatMsg{0, text});
+}
+
+void ServerSide::SendGameStatus(PlayerStatus status) {
+    m_roster[0].Status = std::uint8_t(status);
+    emit StatusChanged(0);
+    SendToAll(GameStatusMsg{0, std::uint8_t(status)});
+}
+
+void ServerSide::SendGameData(const GameDataMsg& data) {
+    SendToAll(data);
+}
+
+void ServerSide::SendRaceState(std::uint8_t state) {
+    SendToAll(RaceStateMsg{state});
+}
+
+void ServerSide::StartRace() {
+    SendToAll(StartRaceMsg{});
+}
+
+void ServerSide::SendTime(MessageType kind, float time) {
+    const TimeMsg msg{kind, 0, time};
+    Send(dpn::DPNID_ALL_PLAYERS_GROUP, Encode(msg), TimeMsg::Option);
+}
+
+void ServerSide::SendFStart() {
+    SendToAll(FalseStartMsg{0});
+}
+
+void ServerSide::DoRestart() {
+    SendToAll(DoRestartMsg{});
+}
+
+void ServerSide::SendCarState(const CarStateMsg& state) {
+    CarStateMsg own = state;
+    own.slot = 0;
+    m_roster[0].Distance = own.distance;
+    ForwardCarState(0, own.progress, Encode(own));
+}
+
+void ServerSide::pingTimer_Timer() {
+    for (int slot = 0; slot < RowCount; ++slot) {
+        PlayerRecord& record = m_roster[slot];
+        if (record.Occupied()) {
+            // The host's own player has no link to measure: it counts as no lag.
+            const std::optional<quint32> round_trip =
+                m_server.GetConnectionInfo(dpn::PlayerId(record.PlayerId));
+            record.Lag = LagByte(round_trip.value_or(0));
+        }
+        emit LagChanged(slot);
+    }
+    SendToAll(m_roster.LagTable());
+}
+
+void ServerSide::Kick(int slot) {
+    if (slot < 1 || slot > 11 || !m_roster[slot].Occupied()) {
+        return;
+    }
+    m_server.DestroyClient(dpn::PlayerId(m_roster[slot].PlayerId));
+}
+
+void ServerSide::Send(dpn::PlayerId to, const QByteArray& bytes, SendOption option) {
+    const quint32 timeout =
+        option == SendOption::U ? quint32(std::max<int>(m_settings.DataInterval, 0) + 100) : 0;
+    TraceMessage(TraceDirection::Sent, to, true, bytes);
+    m_server.SendTo(to, bytes, timeout, SendFlags(option));
+}
+
+} // namespace tarvex

@@ -1,0 +1,121 @@
+#include "SessionHarness.h"
+#include "TestRegistry.h"
+#include "app/ClientFRM.h"
+#include "app/PlayerRows.h"
+#include "app/ServerFRM.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTextEdit>
+#include <memory>
+
+using namespace tarvex;
+using namespace tarvex::test;
+
+namespace {
+
+QString Label(QWidget& window, const char* name) {
+    return window.findChild<QLabel*>(QLatin1String(name))->text();
+}
+
+QString Console(QWidget& window) {
+    return window.findChild<QTextEdit*>(QStringLiteral("MainTXT"))->toPlainText();
+}
+
+} // namespace
+
+// The host's and a client's windows over a real session: the welcome hands over from the
+// connect attempt, both windows show the same rows, and the host's Kick ends the client's
+// session.
+class RaceWindowsTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void ShowTheSessionInBothWindows() {
+        SessionHarness session(QStringLiteral("Friday Rally"));
+        QVERIFY(session.StartHost(QStringLiteral("Hostess"), 4));
+        Player& host = session.Host();
+        host->settings.ServerName = QStringLiteral("Friday Rally");
+        auto server = std::make_unique<ServerFRM>(*host);
+        server->setAttribute(Qt::WA_DeleteOnClose, false);
+        server->PrepareSession(4);
+
+        std::unique_ptr<ClientFRM> client;
+        std::unique_ptr<QSignalSpy> welcomed;
+        Player& ann = session.Join(QStringLiteral("Ann"), {}, [&](Player& player) {
+            client = std::make_unique<ClientFRM>(*player);
+            client->setAttribute(Qt::WA_DeleteOnClose, false);
+            welcomed = std::make_unique<QSignalSpy>(client.get(), &ClientFRM::welcomed);
+        });
+        QCOMPARE(welcomed->size(), 1);
+        QVERIFY(client->Welcomed());
+        QVERIFY(SessionHarness::WaitFor([&] { return host->roster[1].Status == 1; }));
+        QVERIFY(SessionHarness::WaitFor([&] { return ann->roster[1].Status == 1; }));
+
+        for (QWidget* window :
+             {static_cast<QWidget*>(server.get()), static_cast<QWidget*>(client.get())}) {
+            QCOMPARE(Label(*window, "lblNumPlayer"), QStringLiteral("Player(s): 2/4"));
+            QCOMPARE(Label(*window, "lblServerName"), QStringLiteral("Server Name: Friday Rally"));
+        }
+        QCOMPARE(Label(*client, "lblStatus"), QStringLiteral("Status: Idle"));
+        QCOMPARE(server->Rows().pName[0]->currentText(), QStringLiteral("Hostess"));
+        QCOMPARE(server->Rows().pName[1]->currentText(), QStringLiteral("Ann"));
+        QCOMPARE(server->Rows().pName[2]->currentText(), QStringLiteral("Open"));
+        QCOMPARE(client->Rows().pName[0]->currentText(), QStringLiteral("Hostess"));
+        QCOMPARE(client->Rows().pName[1]->currentText(), QStringLiteral("Ann"));
+        QCOMPARE(server->Rows().status[1]->property("picture").toString(),
+                 QStringLiteral(":/status/dummyred.png"));
+        QCOMPARE(client->Rows().status[1]->property("picture").toString(),
+                 QStringLiteral(":/status/dummyred.png"));
+        QVERIFY(client->Rows().pCar[1]->isEnabled());
+        QVERIFY(!client->Rows().pCar[0]->isEnabled());
+        QCOMPARE(Console(*server), QStringLiteral("* Join: (Ann)"));
+        QCOMPARE(Console(*client), QStringLiteral("* Join: (Ann)"));
+
+        // Readiness shows as a green picture on every window.
+        ann->client_side().SendGameStatus(PlayerStatus::Ready);
+        QVERIFY(SessionHarness::WaitFor([&] {
+            return client->Rows().status[1]->property("picture").toString() ==
+                   QStringLiteral(":/status/dummygreen.png");
+        }));
+        QCOMPARE(server->Rows().status[1]->property("picture").toString(),
+                 QStringLiteral(":/status/dummygreen.png"));
+
+        // The host kicks Ann: her window keeps its console but loses the session.
+        QComboBox* name_list = server->Rows().pName[1];
+        name_list->setCurrentIndex(1);
+        emit name_list->activated(1);
+        QVERIFY(SessionHarness::WaitFor([&] {
+            return Console(*client).endsWith(QStringLiteral("* Disconnected from Server"));
+        }));
+        QVERIFY(SessionHarness::WaitFor(
+            [&] { return server->Rows().pName[1]->currentText() == QStringLiteral("Open"); }));
+        QCOMPARE(Console(*server), QStringLiteral("* Join: (Ann)\n* Quit: (Ann)"));
+        QCOMPARE(Label(*server, "lblNumPlayer"), QStringLiteral("Player(s): 1/4"));
+        QCOMPARE(server->Rows().status[1]->property("picture").toString(),
+                 QStringLiteral(":/status/dummygrey.png"));
+        QCOMPARE(Label(*client, "lblNumPlayer"), QString());
+        QVERIFY(!client->Rows().pName[1]->isEnabled());
+        QCOMPARE(client->Rows().pName[1]->currentText(), QStringLiteral("Open"));
+
+        // A newcomer during a race learns it from the welcome and waits it out.
+        host->flags.RaceLaunched = 1;
+        std::unique_ptr<ClientFRM> late;
+        Player& bob = session.Join(QStringLiteral("Bob"), {}, [&](Player& player) {
+            player->flags.StartGiven = 1;
+            late = std::make_unique<ClientFRM>(*player);
+            late->setAttribute(Qt::WA_DeleteOnClose, false);
+        });
+        QVERIFY(late->Welcomed());
+        QCOMPARE(int(bob->LocalSlot), 1);
+        QCOMPARE(bob->flags.RaceLaunched, std::uint8_t(1));
+        QCOMPARE(bob->flags.StartGiven, std::uint8_t(0));
+        QCOMPARE(Label(*late, "lblStatus"), QStringLiteral("Status: Race in Session"));
+        QVERIFY(!late->Rows().pCar[1]->isEnabled());
+    }
+};
+
+TARVEX_TEST(RaceWindowsTest);
+#include "RaceWindowsTest.moc"
