@@ -19,14 +19,30 @@ QString Unescape(QStringView text) {
         }
         const QChar e = text[++i];
         switch (e.unicode()) {
-        case 'n': out += u'\n'; break;
-        case 'r': out += u'\r'; break;
-        case 't': out += u'\t'; break;
-        case 'a': out += u'\a'; break;
-        case 'b': out += u'\b'; break;
-        case 'e': out += QChar(0x1B); break;
-        case 'f': out += u'\f'; break;
-        case 'v': out += u'\v'; break;
+        case 'n':
+            out += u'\n';
+            break;
+        case 'r':
+            out += u'\r';
+            break;
+        case 't':
+            out += u'\t';
+            break;
+        case 'a':
+            out += u'\a';
+            break;
+        case 'b':
+            out += u'\b';
+            break;
+        case 'e':
+            out += QChar(0x1B);
+            break;
+        case 'f':
+            out += u'\f';
+            break;
+        case 'v':
+            out += u'\v';
+            break;
         case 'x': {
             qsizetype j = i + 1;
             uint value = 0;
@@ -38,7 +54,14 @@ QString Unescape(QStringView text) {
             i = j - 1;
             break;
         }
-        case '0': case '1': case '2': case '3': case '4': case '5': case '6': case '7': {
+        case '0':
+        case '1':
+        case '2':
+        case '3':
+        case '4':
+        case '5':
+        case '6':
+        case '7': {
             qsizetype j = i;
             uint value = 0;
             while (j < text.size() && j < i + 3 && text[j] >= u'0' && text[j] <= u'7') {
@@ -49,7 +72,9 @@ QString Unescape(QStringView text) {
             i = j - 1;
             break;
         }
-        default: out += e; break;
+        default:
+            out += e;
+            break;
         }
     }
     return out;
@@ -97,7 +122,8 @@ QVariant ParseData(QStringView data) {
 
 } // namespace
 
-WineRegistry::WineRegistry(QString prefix) : m_prefix(std::move(prefix)) {}
+WineRegistry::WineRegistry(QString prefix)
+    : m_prefix(std::move(prefix)) {}
 
 QString WineRegistry::DefaultPrefix() {
     const QByteArray env = qgetenv("WINEPREFIX");
@@ -111,9 +137,14 @@ QVariant WineRegistry::Value(RegistryRoot root, const QString& key_path,
                              const QString& value_name) const {
     const char* hive_name = nullptr;
     switch (root) {
-    case RegistryRoot::LocalMachine: hive_name = "system.reg"; break;
-    case RegistryRoot::CurrentUser: hive_name = "user.reg"; break;
-    default: return {};
+    case RegistryRoot::LocalMachine:
+        hive_name = "system.reg";
+        break;
+    case RegistryRoot::CurrentUser:
+        hive_name = "user.reg";
+        break;
+    default:
+        return {};
     }
     const QString prefix = m_prefix.isEmpty() ? DefaultPrefix() : m_prefix;
     QFile file(prefix + u'/' + QLatin1StringView(hive_name));

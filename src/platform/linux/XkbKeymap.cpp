@@ -1,0 +1,77 @@
+#include "platform/linux/XkbKeymap.h"
+
+#include "platform/linux/VirtualKeys.h"
+
+#include <algorithm>
+#include <xkbcommon/xkbcommon-x11.h>
+#include <xkbcommon/xkbcommon.h>
+
+namespace tarvex {
+
+namespace {
+
+std::uint32_t UnshiftedKeysym(xkb_keymap* keymap, xkb_keycode_t keycode) {
+    const xkb_keysym_t* syms = nullptr;
+    const int count = xkb_keymap_key_get_syms_by_level(keymap, keycode, 0, 0, &syms);
+    return count > 0 ? syms[0] : 0;
+}
+
+} // namespace
+
+XkbKeymap::XkbKeymap(xcb_connection_t* connection)
+    : m_connection(connection) {
+    if (!connection || !xkb_x11_setup_xkb_extension(connection, XKB_X11_MIN_MAJOR_XKB_VERSION,
+                                                    XKB_X11_MIN_MINOR_XKB_VERSION,
+                                                    XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr,
+                                                    nullptr, nullptr, nullptr)) {
+        return;
+    }
+    m_device = xkb_x11_get_core_keyboard_device_id(connection);
+    m_context = xkb_context_new(XKB_CONTEXT_NO_FLAGS);
+    if (m_device < 0 || !m_context) {
+        return;
+    }
+    m_keymap = xkb_x11_keymap_new_from_device(m_context, connection, m_device,
+                                              XKB_KEYMAP_COMPILE_NO_FLAGS);
+}
+
+XkbKeymap::~XkbKeymap() {
+    xkb_keymap_unref(m_keymap);
+    xkb_context_unref(m_context);
+}
+
+const std::vector<xcb_keycode_t>& XkbKeymap::Keycodes(int virtual_key) {
+    auto it = m_keycodes.find(virtual_key);
+    if (it != m_keycodes.end()) {
+        return *it;
+    }
+    std::vector<xcb_keycode_t> keycodes;
+    if (m_keymap) {
+        const std::vector<std::uint32_t> keysyms = KeysymsForVirtualKey(virtual_key);
+        // The first keysym listed is the one to type, so its keycodes come first.
+        for (std::uint32_t keysym : keysyms) {
+            const xkb_keycode_t last =
+                std::min<xkb_keycode_t>(xkb_keymap_max_keycode(m_keymap), 255);
+            for (xkb_keycode_t code = xkb_keymap_min_keycode(m_keymap); code <= last; ++code) {
+                if (UnshiftedKeysym(m_keymap, code) == keysym) {
+                    keycodes.push_back(xcb_keycode_t(code));
+                }
+            }
+        }
+    }
+    return *m_keycodes.insert(virtual_key, std::move(keycodes));
+}
+
+int XkbKeymap::VirtualKey(xcb_keycode_t keycode) const {
+    return m_keymap ? VirtualKeyForKeysym(UnshiftedKeysym(m_keymap, keycode)) : 0;
+}
+
+xkb_state* XkbKeymap::NewState() const {
+    if (!m_keymap) {
+        return nullptr;
+    }
+    xkb_state* state = xkb_x11_state_new_from_device(m_keymap, m_connection, m_device);
+    return state ? state : xkb_state_new(m_keymap);
+}
+
+} // namespace tarvex
