@@ -1,0 +1,307 @@
+#include "platform/linux/XcbDesktop.h"
+
+#include "TestRegistry.h"
+#include "XProgram.h"
+#include "XvfbServer.h"
+#include "platform/Platform.h"
+#include "platform/linux/XInputKeyboardHook.h"
+#include "platform/linux/XcbConnection.h"
+
+#include <QTest>
+#include <memory>
+
+using namespace tarvex;
+
+namespace {
+
+std::unique_ptr<XcbDesktop> NewDesktop(const QString& display = {}) {
+    return std::make_unique<XcbDesktop>(std::make_shared<XcbConnection>(display));
+}
+
+struct Stroke {
+    int virtual_key;
+    std::uint32_t flags;
+    QString text;
+    bool operator==(const Stroke&) const = default;
+};
+
+} // namespace
+
+class XcbDesktopTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() {
+        if (qEnvironmentVariableIsEmpty("DISPLAY")) {
+            QSKIP("needs an X server");
+        }
+    }
+
+    void findsWindowsByClassAnywhereInTheTree() {
+        test::XProgram program;
+        auto desktop = NewDesktop();
+        const xcb_window_t game = program.CreateWindow("D3D Window", 4242);
+        const xcb_window_t intro = program.CreateWindow("DHRVideoPlayerDS", 4343);
+        // A window manager puts programs' windows inside frames of its own, which have no class.
+        const xcb_window_t frame = program.CreateWindow({}, 0);
+        const xcb_window_t framed = program.CreateWindow("Framed", 4444, frame);
+        // Children of a window that has a class belong to that program and are not searched.
+        const xcb_window_t inner = program.CreateWindow("Inner", 1, game);
+
+        QCOMPARE(desktop->FindWindowByClass(QStringLiteral("D3D Window")), game);
+        QCOMPARE(desktop->FindWindowByClass(QStringLiteral("d3d window")), game);
+        QCOMPARE(desktop->FindWindowByClass(QStringLiteral("DHRVideoPlayerDS")), intro);
+        QCOMPARE(desktop->FindWindowByClass(QStringLiteral("Framed")), framed);
+        QCOMPARE(desktop->FindWindowByClass(QStringLiteral("Inner")), WindowHandle(0));
+        QCOMPARE(desktop->FindWindowByClass(QStringLiteral("prog")), WindowHandle(0)); // instance
+        QCOMPARE(desktop->FindWindowByClass(QStringLiteral("D3D")), WindowHandle(0));
+
+        QCOMPARE(desktop->WindowProcessId(game), 4242u);
+        QCOMPARE(desktop->WindowProcessId(framed), 4444u);
+        QCOMPARE(desktop->WindowProcessId(frame), 0u); // no _NET_WM_PID
+        QCOMPARE(desktop->WindowProcessId(0), 0u);
+
+        QVERIFY(desktop->IsWindow(game));
+        program.Destroy(game);
+        QVERIFY(!desktop->IsWindow(game));
+        QVERIFY(!desktop->IsWindow(inner));
+        QVERIFY(!desktop->IsWindow(0));
+        QCOMPARE(desktop->FindWindowByClass(QStringLiteral("D3D Window")), WindowHandle(0));
+        QCOMPARE(desktop->WindowProcessId(game), 0u);
+        program.Destroy(intro);
+        program.Destroy(frame);
+    }
+
+    void foregroundIsTheFocusedTopLevel() {
+        test::XProgram program;
+        auto desktop = NewDesktop();
+        const xcb_window_t game = program.CreateWindow("D3D Window", 4242);
+        const xcb_window_t child = program.CreateWindow({}, 0, game);
+        program.Map(child);
+        program.Map(game);
+
+        program.Focus(game);
+        QCOMPARE(desktop->ForegroundWindow(), game);
+        program.Focus(child);
+        QCOMPARE(desktop->ForegroundWindow(), game);
+        program.Focus(XCB_INPUT_FOCUS_POINTER_ROOT);
+        QCOMPARE(desktop->ForegroundWindow(), WindowHandle(0));
+        program.Focus(XCB_NONE);
+        QCOMPARE(desktop->ForegroundWindow(), WindowHandle(0));
+
+        // Under a window manager its active window is the foreground, wherever the focus is.
+        const xcb_window_t check = program.CreateWindow({}, 0);
+        const xcb_window_t other = program.CreateWindow("Other", 1);
+        program.SetWindowProperty(check, "_NET_SUPPORTING_WM_CHECK", check);
+        program.SetWindowProperty(program.Root(), "_NET_SUPPORTING_WM_CHECK", check);
+        program.SetWindowProperty(program.Root(), "_NET_ACTIVE_WINDOW", other);
+        program.Focus(game);
+        const WindowHandle managed = desktop->ForegroundWindow();
+        // A window manager that has gone leaves its properties behind: the focus counts again.
+        program.Destroy(check);
+        const WindowHandle after_manager = desktop->ForegroundWindow();
+        program.DeleteProperty(program.Root(), "_NET_SUPPORTING_WM_CHECK");
+        program.DeleteProperty(program.Root(), "_NET_ACTIVE_WINDOW");
+        QCOMPARE(managed, other);
+        QCOMPARE(after_manager, game);
+        program.Destroy(game);
+        program.Destroy(other);
+    }
+
+    void closeAsksTheWindowToClose() {
+        test::XProgram program;
+        auto desktop = NewDesktop();
+        const xcb_window_t game = program.CreateWindow("D3D Window", 4242);
+        desktop->CloseWindow(game);
+        const auto event = program.WaitForEvent(XCB_CLIENT_MESSAGE);
+        QVERIFY(event);
+        const auto& message = *reinterpret_cast<const xcb_client_message_event_t*>(event->data());
+        QCOMPARE(message.window, game);
+        QCOMPARE(message.type, program.Atom("WM_PROTOCOLS"));
+        QCOMPARE(message.data.data32[0], program.Atom("WM_DELETE_WINDOW"));
+        QVERIFY(desktop->IsWindow(game)); // closing is the program's own decision
+        program.Destroy(game);
+
+        // A window that cannot be asked goes with its program's connection.
+        test::XProgram stubborn;
+        const xcb_window_t window = stubborn.CreateWindow("Stubborn", 1, XCB_NONE, false);
+        desktop->CloseWindow(window);
+        QVERIFY(!stubborn.WaitForEvent(XCB_CLIENT_MESSAGE));
+        QVERIFY(stubborn.IsBroken());
+        QVERIFY(!desktop->IsWindow(window));
+    }
+
+    void raiseStacksOnTopAndFocuses() {
+        test::XProgram program;
+        auto desktop = NewDesktop();
+        const xcb_window_t lower = program.CreateWindow("Tarvex", 1);
+        const xcb_window_t upper = program.CreateWindow("Other", 2);
+        program.Map(lower);
+        program.Map(upper);
+        desktop->RaiseWindow(lower);
+        program.Sync();
+        const std::vector<xcb_window_t> stack = program.Children(program.Root());
+        QVERIFY(!stack.empty());
+        QCOMPARE(stack.back(), lower);
+        QCOMPARE(desktop->ForegroundWindow(), lower);
+        program.Destroy(lower);
+        program.Destroy(upper);
+    }
+
+    void keysReachTheFocusedWindow_data() {
+        QTest::addColumn<int>("virtual_key");
+        QTest::addColumn<QString>("keysym_text"); // what the focused window's keymap reads
+        QTest::newRow("Enter") << 13 << "\r";
+        QTest::newRow("Escape") << 27 << "\x1b";
+        QTest::newRow("Backspace") << 8 << "\b";
+        QTest::newRow("Tab") << 9 << "\t";
+        QTest::newRow("space") << 32 << " ";
+        QTest::newRow("T") << 84 << "t";
+        QTest::newRow("7") << 55 << "7";
+        QTest::newRow("left") << 37 << "";
+        QTest::newRow("down") << 40 << "";
+        QTest::newRow("F1") << 112 << "";
+        QTest::newRow("F9") << 120 << "";
+    }
+
+    void keysReachTheFocusedWindow() {
+        QFETCH(int, virtual_key);
+        QFETCH(QString, keysym_text);
+        test::XProgram program;
+        auto desktop = NewDesktop();
+        XInputKeyboardHook translator(std::make_shared<XcbConnection>());
+        QList<Stroke> strokes;
+        QVERIFY(translator.Hook([&](int key, std::uint32_t flags) {
+            strokes.append({key, flags, translator.ToAscii(key, flags)});
+        }));
+        const xcb_window_t game = program.CreateWindow("D3D Window", 1);
+        program.Map(game);
+        program.Focus(game);
+
+        QVERIFY(!desktop->IsKeyDown(virtual_key));
+        desktop->SendKey(virtual_key, true);
+        QVERIFY(desktop->IsKeyDown(virtual_key));
+        const auto press = program.WaitForEvent(XCB_KEY_PRESS);
+        desktop->SendKey(virtual_key, false);
+        QVERIFY(!desktop->IsKeyDown(virtual_key));
+        QVERIFY(press);
+        const auto& key = *reinterpret_cast<const xcb_key_press_event_t*>(press->data());
+        QCOMPARE(key.event, game);
+
+        // The hook sees the same key: its virtual key, its scan code, and the release bits.
+        QTRY_COMPARE(strokes.size(), 2);
+        const std::uint32_t scan = std::uint32_t(key.detail - 8) << 16;
+        QCOMPARE(strokes[0], (Stroke{virtual_key, 0x00000001u | scan, keysym_text}));
+        QCOMPARE(strokes[1].virtual_key, virtual_key);
+        QCOMPARE(strokes[1].flags, 0xC0000001u | scan);
+        program.Destroy(game);
+    }
+
+    void hookTranslatesWithItsOwnModifierState() {
+        auto desktop = NewDesktop();
+        XInputKeyboardHook hook(std::make_shared<XcbConnection>());
+        QString typed;
+        QList<int> keys;
+        QVERIFY(hook.Hook([&](int key, std::uint32_t flags) {
+            keys.append((flags & 0x80000000u) ? -key : key);
+            if (!(flags & 0x80000000u)) {
+                typed += hook.ToAscii(key, flags);
+            }
+        }));
+        QVERIFY(hook.Hooked());
+        const auto stroke = [&](int key) {
+            desktop->SendKey(key, true);
+            desktop->SendKey(key, false);
+        };
+        stroke('T');
+        desktop->SendKey(16, true);
+        stroke('H');
+        desktop->SendKey(16, false);
+        stroke('I');
+        desktop->SendKey(16, true);
+        stroke('1');
+        desktop->SendKey(16, false);
+        stroke(8);
+        stroke(13);
+        QTRY_COMPARE(keys.size(), 16);
+        QCOMPARE(keys, (QList<int>{84, -84, 16, 72, -72, -16, 73, -73, 16, 49, -49, -16, 8, -8, 13,
+                                   -13}));
+        QCOMPARE(typed, QStringLiteral("tHi!\b\r"));
+
+        // Unhooked, nothing arrives; hooked again with shift already held, the shift counts.
+        hook.Unhook();
+        QVERIFY(!hook.Hooked());
+        stroke('A');
+        desktop->SendKey(16, true);
+        QTest::qWait(50);
+        QCOMPARE(keys.size(), 16);
+        QVERIFY(hook.Hook([&](int key, std::uint32_t flags) {
+            if (!(flags & 0x80000000u)) {
+                typed += hook.ToAscii(key, flags);
+            }
+        }));
+        stroke('B');
+        desktop->SendKey(16, false);
+        QTRY_COMPARE(typed, QStringLiteral("tHi!\b\rB"));
+        hook.Unhook();
+    }
+
+    void hookButtonReceivesTheGamesClicks() {
+        test::XProgram game;
+        auto desktop = NewDesktop();
+        int clicks = 0;
+        const WindowHandle button = desktop->CreateHookButton([&] { ++clicks; });
+        QVERIFY(button != 0);
+        QVERIFY(desktop->IsWindow(button));
+        for (int i = 0; i < 3; ++i) {
+            game.SendClick(button);
+        }
+        QTRY_COMPARE(clicks, 3);
+
+        // A click may arrive while the desktop is busy answering a lookup: it is not lost.
+        game.SendClick(button);
+        desktop->FindWindowByClass(QStringLiteral("D3D Window"));
+        QTRY_COMPARE(clicks, 4);
+
+        desktop->DestroyHookButton(button);
+        QVERIFY(!desktop->IsWindow(button));
+        game.SendClick(button);
+        QTest::qWait(50);
+        QCOMPARE(clicks, 4);
+    }
+
+    void eachDisplayIsItsOwnMachine() {
+        test::XvfbServer second;
+        if (second.Display().isEmpty()) {
+            QSKIP("could not start a second X server");
+        }
+        test::XProgram here;
+        test::XProgram there(second.Display());
+        QVERIFY(there.IsOpen());
+        const xcb_window_t mine = here.CreateWindow("D3D Window", 1111);
+        const xcb_window_t theirs = there.CreateWindow("D3D Window", 2222);
+        auto desktop_here = NewDesktop();
+        auto desktop_there = NewDesktop(second.Display());
+        QCOMPARE(desktop_here->FindWindowByClass(QStringLiteral("D3D Window")), mine);
+        QCOMPARE(desktop_there->FindWindowByClass(QStringLiteral("D3D Window")), theirs);
+        QCOMPARE(desktop_here->WindowProcessId(mine), 1111u);
+        QCOMPARE(desktop_there->WindowProcessId(theirs), 2222u);
+        here.Destroy(mine);
+    }
+
+    void withoutADisplayNothingIsFound() {
+        QVERIFY(!XcbConnection(QStringLiteral(":4999")).IsOpen());
+        const QByteArray display = qgetenv("DISPLAY");
+        qunsetenv("DISPLAY");
+        const Platform platform = Platform::Native();
+        qputenv("DISPLAY", display);
+        QCOMPARE(platform.desktop->FindWindowByClass(QStringLiteral("D3D Window")),
+                 WindowHandle(0));
+        QCOMPARE(platform.desktop->CreateHookButton([] {}), WindowHandle(0));
+        QVERIFY(!platform.keyboard->Hook([](int, std::uint32_t) {}));
+        QVERIFY(platform.memory);
+    }
+};
+
+TARVEX_TEST(XcbDesktopTest);
+#include "XcbDesktopTest.moc"
