@@ -70,6 +70,19 @@ WindowHandle XcbDesktop::FindWindowByClass(const QString& window_class) {
         return 0;
     }
     const QByteArray wanted = window_class.toLatin1();
+    // The game is looked up several times per timer tick; while the window found last time
+    // still exists with that class, one round trip confirms it instead of a walk of the tree.
+    const auto last = m_last_found.constFind(wanted.toLower());
+    if (last != m_last_found.cend()) {
+        Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+            m_xcb, xcb_get_property(m_xcb, 0, *last, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 64),
+            nullptr));
+        if (reply && reply->type == XCB_ATOM_STRING && reply->format == 8 &&
+            ClassName(*reply).compare(wanted, Qt::CaseInsensitive) == 0) {
+            m_connection->DispatchQueuedSoon();
+            return *last;
+        }
+    }
     std::vector<xcb_window_t> level{m_connection->Root()};
     WindowHandle found = 0;
     // Level by level, with every request of a level sent before the first reply is awaited:
@@ -107,6 +120,11 @@ WindowHandle XcbDesktop::FindWindowByClass(const QString& window_class) {
             }
         }
         level = std::move(next);
+    }
+    if (found != 0) {
+        m_last_found.insert(wanted.toLower(), found);
+    } else {
+        m_last_found.remove(wanted.toLower());
     }
     m_connection->DispatchQueuedSoon();
     return found;

@@ -44,6 +44,7 @@ private:
     xcb_connection_t* m_xcb;
     std::unique_ptr<XkbKeymap> m_keymap;
     QHash<xcb_window_t, std::function<void()>> m_buttons;
+    QHash<QByteArray, xcb_window_t> m_last_found; // by lower-case class
 };
 
 } // namespace tarvex
