@@ -11,7 +11,9 @@ namespace tarvex::test {
 
 // A private X server for tests that need a display of their own beside the one the test runs
 // on (two "machines" side by side). Picks a free display number, starts Xvfb on it without TCP
-// and waits until it accepts clients; stops it when destroyed.
+// and waits until it accepts clients; stops it when destroyed. The server must not reset when
+// its last client leaves: a test that closes every connection and opens a new one at once
+// would be hung up on in the middle of the reset.
 class XvfbServer {
 public:
     XvfbServer() {
@@ -25,7 +27,7 @@ public:
             m_process.start(QStringLiteral("Xvfb"),
                             {display, QStringLiteral("-screen"), QStringLiteral("0"),
                              QStringLiteral("800x600x24"), QStringLiteral("-nolisten"),
-                             QStringLiteral("tcp")});
+                             QStringLiteral("tcp"), QStringLiteral("-noreset")});
             if (!m_process.waitForStarted(5000)) {
                 return;
             }
