@@ -17,7 +17,7 @@ namespace tarvex::test {
 class XvfbServer {
 public:
     XvfbServer() {
-        for (int number = 90 + int(QCoreApplication::applicationPid() % 50); number < 400;
+        for (int number = 400 + int(QCoreApplication::applicationPid() % 200); number < 1000;
              ++number) {
             if (QFile::exists(QStringLiteral("/tmp/.X%1-lock").arg(number)) ||
                 QFile::exists(QStringLiteral("/tmp/.X11-unix/X%1").arg(number))) {
