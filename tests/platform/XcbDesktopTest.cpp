@@ -150,23 +150,28 @@ private slots:
 
     void keysReachTheFocusedWindow_data() {
         QTest::addColumn<int>("virtual_key");
-        QTest::addColumn<QString>("keysym_text"); // what the focused window's keymap reads
-        QTest::newRow("Enter") << 13 << "\r";
-        QTest::newRow("Escape") << 27 << "\x1b";
-        QTest::newRow("Backspace") << 8 << "\b";
-        QTest::newRow("Tab") << 9 << "\t";
-        QTest::newRow("space") << 32 << " ";
-        QTest::newRow("T") << 84 << "t";
-        QTest::newRow("7") << 55 << "7";
-        QTest::newRow("left") << 37 << "";
-        QTest::newRow("down") << 40 << "";
-        QTest::newRow("F1") << 112 << "";
-        QTest::newRow("F9") << 120 << "";
+        QTest::addColumn<std::uint32_t>("keysym"); // as the server's own core keymap names it
+        QTest::addColumn<QString>("text");
+        QTest::newRow("Enter") << 13 << 0xff0du << "\r";
+        QTest::newRow("Escape") << 27 << 0xff1bu << "\x1b";
+        QTest::newRow("Backspace") << 8 << 0xff08u << "\b";
+        QTest::newRow("Tab") << 9 << 0xff09u << "\t";
+        QTest::newRow("space") << 32 << 0x20u << " ";
+        QTest::newRow("T") << 84 << 0x74u << "t";
+        QTest::newRow("Z") << 90 << 0x7au << "z";
+        QTest::newRow("7") << 55 << 0x37u << "7";
+        QTest::newRow("left") << 37 << 0xff51u << "";
+        QTest::newRow("up") << 38 << 0xff52u << "";
+        QTest::newRow("down") << 40 << 0xff54u << "";
+        QTest::newRow("F1") << 112 << 0xffbeu << "";
+        QTest::newRow("F9") << 120 << 0xffc6u << "";
+        QTest::newRow("shift") << 16 << 0xffe1u << "";
     }
 
     void keysReachTheFocusedWindow() {
         QFETCH(int, virtual_key);
-        QFETCH(QString, keysym_text);
+        QFETCH(std::uint32_t, keysym);
+        QFETCH(QString, text);
         test::XProgram program;
         auto desktop = NewDesktop();
         XInputKeyboardHook translator(std::make_shared<XcbConnection>());
@@ -187,11 +192,12 @@ private slots:
         QVERIFY(press);
         const auto& key = *reinterpret_cast<const xcb_key_press_event_t*>(press->data());
         QCOMPARE(key.event, game);
+        QCOMPARE(program.KeysymOf(key.detail), keysym);
 
         // The hook sees the same key: its virtual key, its scan code, and the release bits.
         QTRY_COMPARE(strokes.size(), 2);
         const std::uint32_t scan = std::uint32_t(key.detail - 8) << 16;
-        QCOMPARE(strokes[0], (Stroke{virtual_key, 0x00000001u | scan, keysym_text}));
+        QCOMPARE(strokes[0], (Stroke{virtual_key, 0x00000001u | scan, text}));
         QCOMPARE(strokes[1].virtual_key, virtual_key);
         QCOMPARE(strokes[1].flags, 0xC0000001u | scan);
         program.Destroy(game);

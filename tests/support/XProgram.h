@@ -135,6 +135,18 @@ public:
         return std::nullopt;
     }
 
+    // The first keysym of a keycode in the server's core keyboard mapping.
+    std::uint32_t KeysymOf(xcb_keycode_t keycode) {
+        xcb_get_keyboard_mapping_reply_t* mapping = xcb_get_keyboard_mapping_reply(
+            m_xcb, xcb_get_keyboard_mapping(m_xcb, keycode, 1), nullptr);
+        std::uint32_t keysym = 0;
+        if (mapping && xcb_get_keyboard_mapping_keysyms_length(mapping) > 0) {
+            keysym = xcb_get_keyboard_mapping_keysyms(mapping)[0];
+        }
+        std::free(mapping);
+        return keysym;
+    }
+
     void Sync() {
         std::free(xcb_get_input_focus_reply(m_xcb, xcb_get_input_focus(m_xcb), nullptr));
     }
