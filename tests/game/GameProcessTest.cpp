@@ -1,7 +1,6 @@
 #include "game/GameProcess.h"
 
 #include "TestRegistry.h"
-#include "game/GameLaunch.h"
 #include "game/ProbeGame.h"
 #include "platform/fake/FakePlatform.h"
 
@@ -317,12 +316,6 @@ private slots:
         QVERIFY(!game.fake.memory->Terminated(kPid));
     }
 
-    void reshowRaisesTheWindow() {
-        FakeGame game;
-        game.game.ReshowWindow(0x5001);
-        QCOMPARE(game.fake.desktop->raised, QList<WindowHandle>{0x5001});
-    }
-
     void probeLine_data() {
         QTest::addColumn<bool>("running");
         QTest::addColumn<bool>("front");
@@ -352,15 +345,6 @@ private slots:
         QTextStream out(&output);
         QCOMPARE(ProbeGame(out, game.fake.AsPlatform()), 0);
         QCOMPARE(output, line);
-    }
-
-    void opensTheGameInItsFolder() {
-        FakePlatform fake;
-        QVERIFY(OpenGameExecutable(*fake.shell, QStringLiteral("/opt/dhr/DuneholtRally")));
-        QVERIFY(!OpenGameExecutable(*fake.shell, QString()));
-        QCOMPARE(fake.shell->calls.size(), 1);
-        QCOMPARE(fake.shell->calls[0].target, QStringLiteral("/opt/dhr/DuneholtRally"));
-        QCOMPARE(fake.shell->calls[0].working_folder, QStringLiteral("/opt/dhr"));
     }
 };
 

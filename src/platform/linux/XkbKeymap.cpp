@@ -3,6 +3,7 @@
 #include "platform/linux/VirtualKeys.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <xkbcommon/xkbcommon-x11.h>
 #include <xkbcommon/xkbcommon.h>
 
@@ -70,8 +71,34 @@ xkb_state* XkbKeymap::NewState() const {
     if (!m_keymap) {
         return nullptr;
     }
-    xkb_state* state = xkb_x11_state_new_from_device(m_keymap, m_connection, m_device);
-    return state ? state : xkb_state_new(m_keymap);
+    xkb_state* state = xkb_state_new(m_keymap);
+    if (!state) {
+        return nullptr;
+    }
+    // Taking the server's modifiers as they are would leave a held shift set for ever: its
+    // release would come for a key the state never saw go down. So the held keys are pressed
+    // into the state, and only the locks and the layout are copied.
+    xcb_query_keymap_reply_t* held =
+        xcb_query_keymap_reply(m_connection, xcb_query_keymap(m_connection), nullptr);
+    if (held) {
+        for (int code = 8; code < 256; ++code) {
+            if (held->keys[code / 8] & (1u << (code % 8))) {
+                xkb_state_update_key(state, xkb_keycode_t(code), XKB_KEY_DOWN);
+            }
+        }
+        std::free(held);
+    }
+    xkb_state* server = xkb_x11_state_new_from_device(m_keymap, m_connection, m_device);
+    if (server) {
+        xkb_state_update_mask(state, xkb_state_serialize_mods(state, XKB_STATE_MODS_DEPRESSED),
+                              xkb_state_serialize_mods(server, XKB_STATE_MODS_LATCHED),
+                              xkb_state_serialize_mods(server, XKB_STATE_MODS_LOCKED),
+                              xkb_state_serialize_layout(state, XKB_STATE_LAYOUT_DEPRESSED),
+                              xkb_state_serialize_layout(server, XKB_STATE_LAYOUT_LATCHED),
+                              xkb_state_serialize_layout(server, XKB_STATE_LAYOUT_LOCKED));
+        xkb_state_unref(server);
+    }
+    return state;
 }
 
 } // namespace tarvex

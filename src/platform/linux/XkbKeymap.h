@@ -24,7 +24,9 @@ public:
     // Every keycode whose unshifted keysym is one of the virtual key's, in keycode order.
     const std::vector<xcb_keycode_t>& Keycodes(int virtual_key);
     int VirtualKey(xcb_keycode_t keycode) const;
-    // A fresh state holding the server's current modifiers and layout; the caller owns it.
+    // A fresh state for following a key stream from now on, the caller owns it: the keys held
+    // right now are down in it (so their later releases count), and locks and layout are the
+    // server's.
     xkb_state* NewState() const;
     xkb_keymap* Get() const { return m_keymap; }
 
