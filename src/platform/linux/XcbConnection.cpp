@@ -66,7 +66,15 @@ void XcbConnection::SetEventHandler(EventHandler handler) {
 }
 
 void XcbConnection::DispatchQueuedSoon() {
-    if (!m_connection || !m_handler || m_dispatch_queued) {
+    if (!m_connection || m_dispatch_queued) {
+        return;
+    }
+    if (!m_handler) {
+        // Nobody listens: drop what has piled up (errors of requests that were allowed to fail)
+        // instead of letting it grow for as long as Tarvex runs.
+        while (xcb_generic_event_t* event = xcb_poll_for_queued_event(m_connection)) {
+            std::free(event);
+        }
         return;
     }
     m_dispatch_queued = true;

@@ -32,7 +32,8 @@ public:
     void SetEventHandler(EventHandler handler);
     // A request that waits for its reply may take events off the socket into xcb's queue, where
     // the socket notifier would not see them until the next packet arrives. Calls that wait for
-    // replies ask for such events to be handed out on the next pass of the event loop.
+    // replies ask for such events to be handed out on the next pass of the event loop (or, with
+    // no handler, to be dropped).
     void DispatchQueuedSoon();
 
 private:

@@ -18,6 +18,18 @@ struct FreeReply {
 template <typename T>
 using Reply = std::unique_ptr<T, FreeReply>;
 
+// Waits for a reply. A request about a window that has just gone fails; its error is taken here
+// rather than left in the event queue.
+template <typename T, typename Cookie>
+Reply<T> Await(xcb_connection_t* xcb,
+               T* (*reply_function)(xcb_connection_t*, Cookie, xcb_generic_error_t**),
+               Cookie cookie) {
+    xcb_generic_error_t* error = nullptr;
+    Reply<T> reply(reply_function(xcb, cookie, &error));
+    std::free(error);
+    return reply;
+}
+
 // Deep enough for a window manager's frames inside virtual roots; the walk stops descending at
 // the first window that names its class, so it never wanders into a program's own children.
 constexpr int kMaxTreeDepth = 8;
@@ -25,8 +37,9 @@ constexpr int kMaxTreeDepth = 8;
 // Reads a 32-bit window-valued property (_NET_ACTIVE_WINDOW, _NET_SUPPORTING_WM_CHECK).
 bool WindowProperty(xcb_connection_t* xcb, xcb_window_t window, xcb_atom_t property,
                     xcb_window_t* value) {
-    Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-        xcb, xcb_get_property(xcb, 0, window, property, XCB_ATOM_WINDOW, 0, 1), nullptr));
+    const Reply<xcb_get_property_reply_t> reply =
+        Await(xcb, xcb_get_property_reply,
+              xcb_get_property(xcb, 0, window, property, XCB_ATOM_WINDOW, 0, 1));
     if (!reply || reply->type != XCB_ATOM_WINDOW || reply->format != 32 ||
         xcb_get_property_value_length(reply.get()) < 4) {
         return false;
@@ -74,9 +87,9 @@ WindowHandle XcbDesktop::FindWindowByClass(const QString& window_class) {
     // still exists with that class, one round trip confirms it instead of a walk of the tree.
     const auto last = m_last_found.constFind(wanted.toLower());
     if (last != m_last_found.cend()) {
-        Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-            m_xcb, xcb_get_property(m_xcb, 0, *last, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 64),
-            nullptr));
+        const Reply<xcb_get_property_reply_t> reply =
+            Await(m_xcb, xcb_get_property_reply,
+                  xcb_get_property(m_xcb, 0, *last, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 64));
         if (reply && reply->type == XCB_ATOM_STRING && reply->format == 8 &&
             ClassName(*reply).compare(wanted, Qt::CaseInsensitive) == 0) {
             m_connection->DispatchQueuedSoon();
@@ -94,7 +107,7 @@ WindowHandle XcbDesktop::FindWindowByClass(const QString& window_class) {
         }
         std::vector<xcb_window_t> children;
         for (xcb_query_tree_cookie_t cookie : tree_cookies) {
-            Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(m_xcb, cookie, nullptr));
+            const Reply<xcb_query_tree_reply_t> tree = Await(m_xcb, xcb_query_tree_reply, cookie);
             if (!tree) {
                 continue; // destroyed since its parent was listed
             }
@@ -111,8 +124,8 @@ WindowHandle XcbDesktop::FindWindowByClass(const QString& window_class) {
         }
         std::vector<xcb_window_t> next;
         for (size_t i = 0; i < children.size(); ++i) {
-            Reply<xcb_get_property_reply_t> reply(
-                xcb_get_property_reply(m_xcb, class_cookies[i], nullptr));
+            const Reply<xcb_get_property_reply_t> reply =
+                Await(m_xcb, xcb_get_property_reply, class_cookies[i]);
             if (!reply || reply->type != XCB_ATOM_STRING || reply->format != 8) {
                 next.push_back(children[i]);
             } else if (found == 0 && ClassName(*reply).compare(wanted, Qt::CaseInsensitive) == 0) {
@@ -134,11 +147,10 @@ std::uint32_t XcbDesktop::WindowProcessId(WindowHandle window) {
     if (!m_xcb || window == 0) {
         return 0;
     }
-    Reply<xcb_get_property_reply_t> reply(
-        xcb_get_property_reply(m_xcb,
-                               xcb_get_property(m_xcb, 0, window, m_connection->Atom("_NET_WM_PID"),
-                                                XCB_ATOM_CARDINAL, 0, 1),
-                               nullptr));
+    const Reply<xcb_get_property_reply_t> reply =
+        Await(m_xcb, xcb_get_property_reply,
+              xcb_get_property(m_xcb, 0, window, m_connection->Atom("_NET_WM_PID"),
+                               XCB_ATOM_CARDINAL, 0, 1));
     m_connection->DispatchQueuedSoon();
     std::uint32_t pid = 0;
     if (reply && reply->type == XCB_ATOM_CARDINAL && reply->format == 32 &&
@@ -152,8 +164,8 @@ bool XcbDesktop::IsWindow(WindowHandle window) {
     if (!m_xcb || window == 0) {
         return false;
     }
-    Reply<xcb_get_window_attributes_reply_t> reply(
-        xcb_get_window_attributes_reply(m_xcb, xcb_get_window_attributes(m_xcb, window), nullptr));
+    const Reply<xcb_get_window_attributes_reply_t> reply =
+        Await(m_xcb, xcb_get_window_attributes_reply, xcb_get_window_attributes(m_xcb, window));
     m_connection->DispatchQueuedSoon();
     return reply != nullptr;
 }
@@ -172,9 +184,9 @@ xcb_window_t XcbDesktop::WindowManagerCheck() {
 }
 
 bool XcbDesktop::HasClass(xcb_window_t window) {
-    Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-        m_xcb, xcb_get_property(m_xcb, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 0),
-        nullptr));
+    const Reply<xcb_get_property_reply_t> reply =
+        Await(m_xcb, xcb_get_property_reply,
+              xcb_get_property(m_xcb, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 0));
     return reply && reply->type == XCB_ATOM_STRING;
 }
 
@@ -191,8 +203,8 @@ WindowHandle XcbDesktop::ForegroundWindow() {
     } else {
         // No window manager: the focus window stands for the foreground, mapped up to the
         // program's top-level window. PointerRoot (focus follows the pointer) names no window.
-        Reply<xcb_get_input_focus_reply_t> focus(
-            xcb_get_input_focus_reply(m_xcb, xcb_get_input_focus(m_xcb), nullptr));
+        const Reply<xcb_get_input_focus_reply_t> focus =
+            Await(m_xcb, xcb_get_input_focus_reply, xcb_get_input_focus(m_xcb));
         xcb_window_t window = focus ? focus->focus : xcb_window_t(XCB_NONE);
         if (window == XCB_NONE || window == XCB_INPUT_FOCUS_POINTER_ROOT ||
             window == m_connection->Root()) {
@@ -202,8 +214,8 @@ WindowHandle XcbDesktop::ForegroundWindow() {
             if (HasClass(window)) {
                 break;
             }
-            Reply<xcb_query_tree_reply_t> tree(
-                xcb_query_tree_reply(m_xcb, xcb_query_tree(m_xcb, window), nullptr));
+            const Reply<xcb_query_tree_reply_t> tree =
+                Await(m_xcb, xcb_query_tree_reply, xcb_query_tree(m_xcb, window));
             if (!tree) {
                 window = XCB_NONE;
             } else if (tree->parent == m_connection->Root() || tree->parent == XCB_NONE) {
@@ -219,8 +231,9 @@ WindowHandle XcbDesktop::ForegroundWindow() {
 }
 
 bool XcbDesktop::Supports(xcb_window_t window, xcb_atom_t protocols, xcb_atom_t protocol) {
-    Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-        m_xcb, xcb_get_property(m_xcb, 0, window, protocols, XCB_ATOM_ATOM, 0, 64), nullptr));
+    const Reply<xcb_get_property_reply_t> reply =
+        Await(m_xcb, xcb_get_property_reply,
+              xcb_get_property(m_xcb, 0, window, protocols, XCB_ATOM_ATOM, 0, 64));
     if (!reply || reply->type != XCB_ATOM_ATOM || reply->format != 32) {
         return false;
     }
@@ -314,8 +327,8 @@ bool XcbDesktop::IsKeyDown(int virtual_key) {
     if (keycodes.empty()) {
         return false;
     }
-    Reply<xcb_query_keymap_reply_t> keymap(
-        xcb_query_keymap_reply(m_xcb, xcb_query_keymap(m_xcb), nullptr));
+    const Reply<xcb_query_keymap_reply_t> keymap =
+        Await(m_xcb, xcb_query_keymap_reply, xcb_query_keymap(m_xcb));
     m_connection->DispatchQueuedSoon();
     if (!keymap) {
         return false;
@@ -346,8 +359,8 @@ WindowHandle XcbDesktop::CreateHookButton(std::function<void()> on_click) {
     xcb_change_property(m_xcb, XCB_PROP_MODE_REPLACE, button, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8,
                         sizeof kName - 1, kName);
     // Wait for the server so the handle is valid before anyone writes it into the game.
-    Reply<xcb_get_input_focus_reply_t> sync(
-        xcb_get_input_focus_reply(m_xcb, xcb_get_input_focus(m_xcb), nullptr));
+    const Reply<xcb_get_input_focus_reply_t> sync =
+        Await(m_xcb, xcb_get_input_focus_reply, xcb_get_input_focus(m_xcb));
     m_buttons.insert(button, std::move(on_click));
     m_connection->DispatchQueuedSoon();
     return button;
