@@ -138,7 +138,11 @@ int main(int argc, char** argv) {
     const int calls = 20000;
     float sink = 0;
     if (game.ProcessId() == std::uint32_t(pid)) {
-        Report("FindGame (41 top-level windows)", Measure(500, [&] { game.FindGame(); }));
+        Report("FindGame (game window seen before)", Measure(500, [&] { game.FindGame(); }));
+        // A class no window has: every lookup walks the whole tree, as the first one does.
+        Report("window lookup walking 41 top-level windows", Measure(500, [&] {
+                   sink += float(platform.desktop->FindWindowByClass(QStringLiteral("None")));
+               }));
         Report("IsGameForeground", Measure(2000, [&] { sink += game.IsGameForeground(); }));
         Report("ReadGameSingle", Measure(calls, [&] { sink += game.ReadGameSingle(kBody); }));
         Report("ReadCarPose (7 values, one call)",
