@@ -61,7 +61,8 @@ struct Status {
     bool loading = false;
     bool in_stage = false;
     int menu_state = 0;
-    int profile = 0; // profile chosen in this run, 0 = none
+    std::uint32_t menu_flag = 0; // the front-end manager's +0x70, as last written
+    int profile = 0;             // profile chosen in this run, 0 = none
     int stage_id = 0;
     std::string stage_name;
     int stage_length = 0;
@@ -83,7 +84,9 @@ struct Status {
     bool ghosts_loaded = false;
     int ghost_model = 0;
     std::vector<GhostView> ghosts;
-    std::vector<MenuEntryView> race_entries;
+    std::vector<MenuEntryView> race_entries; // entries of the pause menu
+    std::vector<MenuEntryView> save_slots;   // entries of the save-data menu
+    int race_highlight = 0;                  // highlighted entry of the in-race menu shown
     std::string info_text;
     std::string overlay_text; // shown while the message box is up
     std::array<float, 6> box{};
@@ -105,12 +108,23 @@ public:
     ~Game();
 
     // Runs one frame of `seconds`: reads back what others wrote, advances the game, writes its
-    // state, and sends a hook click when the hook patch is in place.
+    // state, and sends a hook click when the hook patch is in place. Frames may be of any
+    // length; runs with the same frame lengths, options and writes are identical.
+    //
+    // What the game takes back on its own: it consumes the keep-alive value (a 2 written there
+    // is reset to 0 once seen, which is how it knows the writer is still there), the text-ready
+    // byte of the message box, the reload request and the message box's display time (counted
+    // down); every other location it only reads, or writes as its own state (race block,
+    // car body, camera, menus).
     void Tick(double seconds);
+    // Key presses as Windows virtual-key codes: 13 Enter and 27 Escape act on the menu shown,
+    // 37..40 arrows drive (38 throttle, 40 brake) or move the highlight in menus; other keys
+    // pass without effect. Every key-down counts, also without a key-up in between.
     void KeyDown(int virtual_key);
     void KeyUp(int virtual_key);
 
-    // Called once per frame with the 32-bit handle written into the hook patch.
+    // Called once per frame, while the hook patch and its window handle operand are in place,
+    // with that 32-bit handle (the executable turns it into an X11 ClientMessage).
     void SetHookClickHandler(std::function<void(std::uint32_t)> handler);
 
     Status GetStatus() const;
@@ -133,7 +147,6 @@ public:
     std::uint32_t GhostObject(int k) const;
 
 private:
-    struct Impl;
     void Install();
     void Publish(); // delayed creation of the text-pointer block and M
     void FrontEndKey(int key);
@@ -198,6 +211,7 @@ private:
     // Autopilot.
     std::uint32_t m_rng = 1;
     double m_auto_wait = 0;
+    bool m_auto_jump = false;
     int m_auto_step = 0;
     float m_speed_factor = 1;
 };

@@ -94,16 +94,21 @@ std::vector<PatchRow> Rows(int build) {
         rows.push_back(row);
     }
     if (build == 3) {
-        rows.push_back({38, 0x572E4E, false, "9090909090909090", ""});
+        rows.push_back({38, 0x572E4E, false, "9090909090909090", "", {}, {}});
         for (const Run& run : nops3) {
-            rows.push_back({36, run.address, false, run.bytes, ""});
+            rows.push_back({36, run.address, false, run.bytes, "", {}, {}});
         }
     } else {
         for (const Run& run : nops4) {
-            rows.push_back({36, run.address, false, run.bytes, ""});
+            rows.push_back({36, run.address, false, run.bytes, "", {}, {}});
         }
     }
     for (PatchRow& row : rows) {
+        for (std::size_t i = 0; i + 1 < row.bytes.size(); i += 2) {
+            const bool operand = row.bytes[i] == '?';
+            row.operand.push_back(operand);
+            row.patched.push_back(operand ? 0 : HexBytes(row.bytes.substr(i, 2))[0]);
+        }
         if (row.row == 29) {
             row.stock = std::string(row.bytes.size(), 'C'); // padding between functions
         } else if (row.row == 47) {
@@ -136,13 +141,13 @@ bool PatchApplied(const AddressSpace& memory, const PatchRow& row, std::uint32_t
         return false;
     }
     const std::uint32_t address = row.module ? module_base + row.address : row.address;
-    const std::vector<std::uint8_t> actual = memory.Bytes(address, row.bytes.size() / 2);
-    if (actual.size() != row.bytes.size() / 2) {
+    std::uint8_t actual[64];
+    const std::size_t size = row.patched.size();
+    if (size > sizeof actual || !memory.Read(address, actual, size)) {
         return false;
     }
-    for (std::size_t i = 0; i < actual.size(); ++i) {
-        const std::string pair = row.bytes.substr(2 * i, 2);
-        if (pair != "??" && HexBytes(pair)[0] != actual[i]) {
+    for (std::size_t i = 0; i < size; ++i) {
+        if (!row.operand[i] && row.patched[i] != actual[i]) {
             return false;
         }
     }

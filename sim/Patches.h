@@ -17,6 +17,8 @@ struct PatchRow {
     bool module = false;
     std::string bytes; // the patched bytes; '?' pairs are operands that may hold anything
     std::string stock; // what the game ships with
+    std::vector<std::uint8_t> patched; // `bytes` decoded
+    std::vector<bool> operand;         // true where `bytes` has "??"
 };
 
 // Rows of one build (3 or 4); other builds have none. Rows that are operands (addresses,

@@ -116,8 +116,6 @@ QImage Renderer::Render(const Game& game) const {
             }
         }
     } else {
-        p.fillRect(QRect(0, 0, Width, Height / 2), QColor(120, 170, 225));
-        p.fillRect(QRect(0, Height / 2, Width, Height / 2), QColor(110, 140, 80));
         // The same chase camera the game publishes in its camera rows.
         const Road& road = game.road();
         const RoadPoint here = road.At(s.distance);
@@ -126,6 +124,11 @@ QImage Renderer::Render(const Game& game) const {
         const Vec3 eye = car - forward * 7.0f + Vec3{0, 0, 2.6f};
         const Vec3 view = Normalize(car + forward * 4.0f + Vec3{0, 0, 0.6f} - eye);
         const Camera camera(eye, view);
+        // Sky above the horizon (a far point at eye height straight ahead), ground below.
+        const auto horizon = camera.Project(eye + forward * 100000.0f);
+        const int horizon_y = horizon ? int(horizon->y()) : Height / 2;
+        p.fillRect(QRect(0, 0, Width, horizon_y), QColor(120, 170, 225));
+        p.fillRect(QRect(0, horizon_y, Width, Height - horizon_y), QColor(110, 140, 80));
         // Road: strips from just behind the car to 300 m ahead, far ones first.
         for (float d = std::min(road.Length(), s.distance + 300.0f); d > s.distance - 8.0f;
              d -= Road::Step * 2) {
@@ -160,7 +163,10 @@ QImage Renderer::Render(const Game& game) const {
             // The ghost's origin is its model origin, ahead of the body centre.
             const Vec3 centre = Vec3{ghost.x, ghost.y, ghost.z} -
                                 Vec3{std::cos(ghost.heading), std::sin(ghost.heading), 0} * 0.4f;
-            DrawBox(p, camera, centre - Vec3{0, 0, 0.5f}, ghost.heading, colour, 4.2f, 1.8f, 1.3f);
+            // Each ghost car model has its own length, so a change of model shows.
+            const float length = 3.7f + 0.1f * float(std::clamp(s.ghost_model, 1, 8));
+            DrawBox(p, camera, centre - Vec3{0, 0, 0.5f}, ghost.heading, colour, length, 1.8f,
+                    1.3f);
         }
         DrawBox(p, camera, car - Vec3{0, 0, 0.5f}, here.heading, QColor(230, 230, 235), 4.2f, 1.8f,
                 1.3f);
@@ -237,16 +243,19 @@ QImage Renderer::Render(const Game& game) const {
             p.setPen(Qt::NoPen);
             p.setBrush(QColor(0, 0, 0, 170));
             p.drawRect(QRectF(170, 130, 300, 220));
-            if (s.race_menu == 1) {
-                DrawLines(p, QRectF(190, 140, 260, 24), "Paused", 20, QColor(240, 200, 80));
-                int y = 172;
-                for (const MenuEntryView& entry : s.race_entries) {
-                    DrawLines(p, QRectF(200, y, 260, 22), QString::fromStdString(entry.caption), 17,
-                              Qt::white);
-                    y += 24;
-                }
-            } else {
-                DrawLines(p, QRectF(190, 140, 260, 24), "Save Data", 20, QColor(240, 200, 80));
+            const bool pause = s.race_menu == 1;
+            DrawLines(p, QRectF(190, 140, 260, 24), pause ? "Paused" : "Save Data", 20,
+                      QColor(240, 200, 80));
+            const std::vector<MenuEntryView>& entries = pause ? s.race_entries : s.save_slots;
+            const int first = pause ? 0 : std::max(0, s.race_highlight - 6);
+            int y = 172;
+            for (int i = first; i < int(entries.size()) && y < 340; ++i) {
+                const bool lit = i == s.race_highlight;
+                DrawLines(p, QRectF(196, y, 270, 22),
+                          QString(lit ? "> " : "  ") +
+                              QString::fromStdString(entries[std::size_t(i)].caption),
+                          17, entries[std::size_t(i)].enabled ? Qt::white : Qt::gray);
+                y += 24;
             }
         }
     }

@@ -112,8 +112,11 @@ void Road::Build(int stage_id, int length) {
     const int count = int(m_length / Step) + 2;
     for (int i = 0; i < count; ++i) {
         const float s = float(i) * Step;
-        const float heading = a1 * std::sin(s / l1) + a2 * std::sin(s / l2 + 1.0f);
-        const float curvature = a1 / l1 * std::cos(s / l1) + a2 / l2 * std::cos(s / l2 + 1.0f);
+        // A slow overall turn makes the stage map a recognisable shape.
+        const float drift = 3.7f / m_length;
+        const float heading = a1 * std::sin(s / l1) + a2 * std::sin(s / l2 + 1.0f) + drift * s;
+        const float curvature =
+            a1 / l1 * std::cos(s / l1) + a2 / l2 * std::cos(s / l2 + 1.0f) + drift;
         const float z = 4.0f * std::sin(s / 260.0f) + 1.5f * std::sin(s / 90.0f);
         m_points.push_back({x, y, z, heading, curvature});
         x += Step * std::cos(heading);

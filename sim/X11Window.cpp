@@ -28,6 +28,14 @@ bool X11Window::Open(const std::string& instance, const std::string& window_clas
     }
     m_width = width;
     m_height = height;
+    // Atoms first: their round trips would otherwise flush a half-described window, and a
+    // program looking for it could find its class before its process id.
+    const std::uint32_t net_wm_name = Atom("_NET_WM_NAME");
+    const std::uint32_t utf8 = Atom("UTF8_STRING");
+    const std::uint32_t net_wm_pid = Atom("_NET_WM_PID");
+    m_protocols = Atom("WM_PROTOCOLS");
+    m_delete = Atom("WM_DELETE_WINDOW");
+    m_click = Atom("BM_CLICK");
     xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(m_conn)).data;
     m_window = xcb_generate_id(m_conn);
     const std::uint32_t values[] = {
@@ -44,20 +52,18 @@ bool X11Window::Open(const std::string& instance, const std::string& window_clas
     wm_class.push_back('\0');
     wm_class += window_class;
     wm_class.push_back('\0');
-    xcb_change_property(m_conn, XCB_PROP_MODE_REPLACE, m_window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING,
-                        8, std::uint32_t(wm_class.size()), wm_class.data());
+    const std::uint32_t pid = std::uint32_t(getpid());
+    xcb_change_property(m_conn, XCB_PROP_MODE_REPLACE, m_window, net_wm_pid, XCB_ATOM_CARDINAL, 32,
+                        1, &pid);
     xcb_change_property(m_conn, XCB_PROP_MODE_REPLACE, m_window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING,
                         8, std::uint32_t(title.size()), title.data());
-    xcb_change_property(m_conn, XCB_PROP_MODE_REPLACE, m_window, Atom("_NET_WM_NAME"),
-                        Atom("UTF8_STRING"), 8, std::uint32_t(title.size()), title.data());
-    const std::uint32_t pid = std::uint32_t(getpid());
-    xcb_change_property(m_conn, XCB_PROP_MODE_REPLACE, m_window, Atom("_NET_WM_PID"),
-                        XCB_ATOM_CARDINAL, 32, 1, &pid);
-    m_protocols = Atom("WM_PROTOCOLS");
-    m_delete = Atom("WM_DELETE_WINDOW");
-    m_click = Atom("BM_CLICK");
+    xcb_change_property(m_conn, XCB_PROP_MODE_REPLACE, m_window, net_wm_name, utf8, 8,
+                        std::uint32_t(title.size()), title.data());
     xcb_change_property(m_conn, XCB_PROP_MODE_REPLACE, m_window, m_protocols, XCB_ATOM_ATOM, 32, 1,
                         &m_delete);
+    // The class last: whoever finds the window by class finds it fully described.
+    xcb_change_property(m_conn, XCB_PROP_MODE_REPLACE, m_window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING,
+                        8, std::uint32_t(wm_class.size()), wm_class.data());
 
     const xcb_setup_t* setup = xcb_get_setup(m_conn);
     m_min_keycode = setup->min_keycode;
