@@ -7,6 +7,7 @@
 #include "platform/linux/XInputKeyboardHook.h"
 #include "platform/linux/XcbConnection.h"
 
+#include <QScopeGuard>
 #include <QTest>
 #include <memory>
 
@@ -234,6 +235,34 @@ private slots:
         stroke('D');
         QTRY_COMPARE(typed, QStringLiteral("aCd"));
         hook.Unhook();
+    }
+
+    void hookFollowsAKeymapChange() {
+        test::XProgram settings; // the desktop's keyboard settings, switching the layout
+        auto desktop = NewDesktop();
+        XInputKeyboardHook hook(std::make_shared<XcbConnection>());
+        QList<int> keys;
+        QString typed;
+        QVERIFY(hook.Hook([&](int key, std::uint32_t flags) {
+            if (!(flags & 0x80000000u)) {
+                keys.append(key);
+                typed += hook.ToAscii(key, flags);
+            }
+        }));
+        desktop->SendKey('A', true); // read the desktop's keymap before the change
+        desktop->SendKey('A', false);
+        QTRY_COMPARE(typed, QStringLiteral("a"));
+
+        // The key that typed "a" now types "q", as on a French layout.
+        const xcb_keycode_t key_a = settings.KeycodeOf(0x61);
+        QVERIFY(key_a != 0);
+        const std::vector<std::uint32_t> original = settings.KeysymsOf(key_a);
+        const auto restore = qScopeGuard([&] { settings.SetKeysyms(key_a, original); });
+        settings.SetKeysyms(key_a, {0x71, 0x51, 0x71, 0x51});
+        desktop->SendKey('A', true); // the same physical key as before
+        desktop->SendKey('A', false);
+        QTRY_COMPARE(typed, QStringLiteral("aq"));
+        QCOMPARE(keys, (QList<int>{'A', 'Q'}));
     }
 
     void hookButtonReceivesTheGamesClicks() {

@@ -147,6 +147,33 @@ public:
         return keysym;
     }
 
+    // The whole core keymap row of a keycode, and a way to put one back: tests that remap a key
+    // restore it so later tests find the usual layout.
+    std::vector<std::uint32_t> KeysymsOf(xcb_keycode_t keycode) {
+        std::vector<std::uint32_t> keysyms;
+        xcb_get_keyboard_mapping_reply_t* mapping = xcb_get_keyboard_mapping_reply(
+            m_xcb, xcb_get_keyboard_mapping(m_xcb, keycode, 1), nullptr);
+        if (mapping) {
+            const xcb_keysym_t* list = xcb_get_keyboard_mapping_keysyms(mapping);
+            keysyms.assign(list, list + xcb_get_keyboard_mapping_keysyms_length(mapping));
+            std::free(mapping);
+        }
+        return keysyms;
+    }
+    void SetKeysyms(xcb_keycode_t keycode, const std::vector<std::uint32_t>& keysyms) {
+        xcb_change_keyboard_mapping(m_xcb, 1, keycode, std::uint8_t(keysyms.size()),
+                                    keysyms.data());
+        Sync();
+    }
+    xcb_keycode_t KeycodeOf(std::uint32_t keysym) {
+        for (int code = 8; code < 256; ++code) {
+            if (KeysymOf(xcb_keycode_t(code)) == keysym) {
+                return xcb_keycode_t(code);
+            }
+        }
+        return 0;
+    }
+
     void Sync() {
         std::free(xcb_get_input_focus_reply(m_xcb, xcb_get_input_focus(m_xcb), nullptr));
     }

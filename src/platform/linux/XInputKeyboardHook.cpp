@@ -42,6 +42,7 @@ bool XInputKeyboardHook::Hook(Callback callback) {
     }
     if (!m_keymap) {
         m_keymap = std::make_unique<XkbKeymap>(xcb);
+        m_keymap->WatchChanges();
         const xcb_query_extension_reply_t* extension = xcb_get_extension_data(xcb, &xcb_input_id);
         if (extension && extension->present) {
             std::free(xcb_input_xi_query_version_reply(xcb, xcb_input_xi_query_version(xcb, 2, 0),
@@ -58,6 +59,10 @@ bool XInputKeyboardHook::Hook(Callback callback) {
     m_state = m_keymap->NewState();
     m_callback = std::move(callback);
     m_connection->SetEventHandler([this](const xcb_generic_event_t& event) {
+        if (m_keymap->IsChange(event)) {
+            ReloadKeymap();
+            return;
+        }
         if (event.response_type != XCB_GE_GENERIC) {
             return;
         }
@@ -76,6 +81,19 @@ bool XInputKeyboardHook::Hook(Callback callback) {
         return false;
     }
     return true;
+}
+
+void XInputKeyboardHook::ReloadKeymap() {
+    // The new map may put other keys where the old ones were; the state starts over from the
+    // keys held now. A change reported in several events is read once per event, which is rare
+    // and cheap enough.
+    auto keymap = std::make_unique<XkbKeymap>(m_connection->Get());
+    if (!keymap->IsValid()) {
+        return;
+    }
+    m_keymap = std::move(keymap);
+    xkb_state_unref(m_state);
+    m_state = m_keymap->NewState();
 }
 
 void XInputKeyboardHook::Unhook() {

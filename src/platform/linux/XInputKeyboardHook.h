@@ -27,6 +27,7 @@ public:
 private:
     bool SelectRawKeys(bool on);
     void OnRawKey(std::uint32_t keycode, bool down, bool repeat);
+    void ReloadKeymap();
 
     std::shared_ptr<XcbConnection> m_connection;
     std::unique_ptr<XkbKeymap> m_keymap;

@@ -4,6 +4,12 @@
 
 #include <algorithm>
 #include <cstdlib>
+
+// The XKB protocol header names a field "explicit", a C++ keyword.
+#define explicit xkb_explicit
+#include <xcb/xkb.h>
+#undef explicit
+
 #include <xkbcommon/xkbcommon-x11.h>
 #include <xkbcommon/xkbcommon.h>
 
@@ -24,7 +30,7 @@ XkbKeymap::XkbKeymap(xcb_connection_t* connection)
     if (!connection || !xkb_x11_setup_xkb_extension(connection, XKB_X11_MIN_MAJOR_XKB_VERSION,
                                                     XKB_X11_MIN_MINOR_XKB_VERSION,
                                                     XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr,
-                                                    nullptr, nullptr, nullptr)) {
+                                                    nullptr, &m_event_base, nullptr)) {
         return;
     }
     m_device = xkb_x11_get_core_keyboard_device_id(connection);
@@ -65,6 +71,34 @@ const std::vector<xcb_keycode_t>& XkbKeymap::Keycodes(int virtual_key) {
 
 int XkbKeymap::VirtualKey(xcb_keycode_t keycode) const {
     return m_keymap ? VirtualKeyForKeysym(UnshiftedKeysym(m_keymap, keycode)) : 0;
+}
+
+bool XkbKeymap::WatchChanges() {
+    if (!m_keymap) {
+        return false;
+    }
+    const std::uint16_t events =
+        XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
+    const std::uint16_t parts = XCB_XKB_MAP_PART_KEY_TYPES | XCB_XKB_MAP_PART_KEY_SYMS |
+                                XCB_XKB_MAP_PART_MODIFIER_MAP | XCB_XKB_MAP_PART_KEY_ACTIONS;
+    xcb_xkb_select_events_details_t details{};
+    details.affectNewKeyboard = XCB_XKB_NKN_DETAIL_KEYCODES;
+    details.newKeyboardDetails = XCB_XKB_NKN_DETAIL_KEYCODES;
+    xcb_generic_error_t* error = xcb_request_check(
+        m_connection,
+        xcb_xkb_select_events_aux_checked(m_connection, xcb_xkb_device_spec_t(m_device), events, 0,
+                                          0, parts, parts, &details));
+    std::free(error);
+    return error == nullptr;
+}
+
+bool XkbKeymap::IsChange(const xcb_generic_event_t& event) const {
+    if (m_event_base == 0 || (event.response_type & 0x7F) != m_event_base) {
+        return false;
+    }
+    // Every XKB event carries its kind in the byte after the event code.
+    const std::uint8_t kind = reinterpret_cast<const std::uint8_t*>(&event)[1];
+    return kind == XCB_XKB_NEW_KEYBOARD_NOTIFY || kind == XCB_XKB_MAP_NOTIFY;
 }
 
 xkb_state* XkbKeymap::NewState() const {

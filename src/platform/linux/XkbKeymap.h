@@ -30,11 +30,17 @@ public:
     xkb_state* NewState() const;
     xkb_keymap* Get() const { return m_keymap; }
 
+    // Asks the server to tell this connection when the keyboard map is replaced or edited (a
+    // layout switch in the desktop's settings); IsChange recognises those events.
+    bool WatchChanges();
+    bool IsChange(const xcb_generic_event_t& event) const;
+
 private:
     xcb_connection_t* m_connection;
     xkb_context* m_context = nullptr;
     xkb_keymap* m_keymap = nullptr;
     std::int32_t m_device = -1;
+    std::uint8_t m_event_base = 0;
     QHash<int, std::vector<xcb_keycode_t>> m_keycodes;
 };
 
