@@ -2,6 +2,7 @@
 
 #include "app/Settings.h"
 #include "chat/ChatConsole.h"
+#include "game/GameProcess.h"
 #include "net/ClientSide.h"
 #include "net/Roster.h"
 #include "net/ServerSide.h"
@@ -58,6 +59,9 @@ public:
     ServerSide& server_side() { return *m_server_side; }
     ClientSide& client_side() { return *m_client_side; }
 
+    // The running game as this copy reaches it.
+    GameProcess& game() { return m_game; }
+
     // The car choice of the local player in the role it plays now.
     CarSelection& LocalCar() { return IsHost ? stored.host_car : stored.client_car; }
 
@@ -67,6 +71,7 @@ public:
 private:
     Platform m_platform;
     QString m_config_folder;
+    GameProcess m_game{m_platform};
     HostSession* m_server;
     ClientSession* m_client;
     ServerSide* m_server_side;

@@ -3,6 +3,7 @@
 #include "app/StartCommand.h"
 #include "app/StartUp.h"
 #include "app/Tarvex.h"
+#include "game/ProbeGame.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -23,8 +24,8 @@ using namespace tarvex;
 // Options that only print something: they must work without a display.
 bool WantsConsoleOnly(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
-        for (const char* option :
-             {"--print-settings", "--help", "-h", "--help-all", "--version", "-v"}) {
+        for (const char* option : {"--print-settings", "--probe-game", "--help", "-h", "--help-all",
+                                   "--version", "-v"}) {
             if (std::strcmp(argv[i], option) == 0) {
                 return true;
             }
@@ -90,7 +91,11 @@ int main(int argc, char** argv) {
         QStringLiteral("file"));
     parser.addOption(config_option);
     parser.addOption(print_option);
+    const QCommandLineOption probe_option(
+        QStringLiteral("probe-game"),
+        QStringLiteral("Look for the running game, print what Tarvex sees of it, and exit."));
     parser.addOption(screenshot_option);
+    parser.addOption(probe_option);
     // The quick-start argument looks like an option to the parser; it is read by the start-up
     // window, so unknown options are not an error here.
     parser.parse(QCoreApplication::arguments());
@@ -109,6 +114,10 @@ int main(int argc, char** argv) {
     }
     Tarvex tarvex(std::move(platform), folder);
 
+    if (parser.isSet(probe_option)) {
+        QTextStream out(stdout);
+        return ProbeGame(out, tarvex.platform());
+    }
     if (parser.isSet(print_option)) {
         LoadSettings(tarvex, LoadMode::Quiet);
         QTextStream out(stdout);
