@@ -62,6 +62,7 @@ void RaceControlsBox::cmdTimes_Click() {
         context.now = QDateTime::currentDateTime();
         return context;
     };
+    hooks.is_game_running = [&tarvex] { return tarvex.game().IsGameRunning(); };
     if (tarvex.platform().dialogs) {
         TimeFRM::ShowFor(m_window, tarvex.results, *tarvex.platform().dialogs, std::move(hooks));
     }

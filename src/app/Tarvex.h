@@ -2,6 +2,7 @@
 
 #include "app/Settings.h"
 #include "chat/ChatConsole.h"
+#include "game/GameProcess.h"
 #include "net/ClientSide.h"
 #include "net/Roster.h"
 #include "net/ServerSide.h"
@@ -60,6 +61,9 @@ public:
     ServerSide& server_side() { return *m_server_side; }
     ClientSide& client_side() { return *m_client_side; }
 
+    // The running game as this copy reaches it.
+    GameProcess& game() { return m_game; }
+
     // The races of this session (every copy keeps its own table).
     Results results;
     // The race-setting controls of each role's window, wired to that role's session. The
@@ -77,6 +81,7 @@ public:
 private:
     Platform m_platform;
     QString m_config_folder;
+    GameProcess m_game{m_platform};
     HostSession* m_server;
     ClientSession* m_client;
     ServerSide* m_server_side;

@@ -36,7 +36,7 @@ struct App {
                          "\nBROADCASTIP=127.0.0.1\nPUBLIC=0\n");
         tarvex = std::make_unique<Tarvex>(fake.AsPlatform(), folder.Path());
         TransportTimeouts timeouts;
-        timeouts.silence_ms = 1500;
+        timeouts.silence_ms = 3000;
         tarvex->client().SetTimeouts(timeouts);
         tarvex->server().SetTimeouts(timeouts);
         start_up = std::make_unique<StartUp>(*tarvex);

@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
     }
     const auto port = static_cast<quint16>(args[2].toUInt());
     tarvex::TransportTimeouts timeouts;
-    timeouts.silence_ms = 1500;
+    timeouts.silence_ms = 3000;
     auto ready = [] {
         std::puts("ready");
         std::fflush(stdout);

@@ -14,9 +14,9 @@ namespace tarvex::test {
 // Time-outs short enough that a vanished peer is noticed within a test.
 inline TransportTimeouts QuickTimeouts() {
     TransportTimeouts timeouts;
-    timeouts.silence_ms = 1500;
+    timeouts.silence_ms = 3000;
     timeouts.handshake_ms = 400;
-    timeouts.connect_ms = 1500;
+    timeouts.connect_ms = 2000;
     return timeouts;
 }
 

@@ -1,0 +1,390 @@
+#include "TempFolder.h"
+#include "TestRegistry.h"
+#include "XProgram.h"
+#include "XvfbServer.h"
+#include "game/GameLaunch.h"
+#include "game/GameProcess.h"
+#include "game/ProbeGame.h"
+#include "platform/Platform.h"
+#include "platform/linux/MonotonicClock.h"
+#include "platform/linux/ProcfsProcessMemory.h"
+#include "platform/linux/XInputKeyboardHook.h"
+#include "platform/linux/XcbConnection.h"
+#include "platform/linux/XcbDesktop.h"
+#include "platform/qt/QtShell.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTest>
+#include <QTextStream>
+#include <memory>
+#include <signal.h>
+
+using namespace tarvex;
+
+namespace {
+
+// The Tarvex side of one machine: the native platform on the given display.
+Platform PlatformOn(const QString& display) {
+    Platform platform;
+    platform.clock = std::make_shared<MonotonicClock>();
+    platform.memory = std::make_shared<ProcfsProcessMemory>();
+    platform.desktop = std::make_shared<XcbDesktop>(std::make_shared<XcbConnection>(display));
+    platform.keyboard =
+        std::make_shared<XInputKeyboardHook>(std::make_shared<XcbConnection>(display));
+    platform.shell = std::make_shared<QtShell>();
+    return platform;
+}
+
+// The stand-in game started on a display, from a game folder of its own.
+class RunningGame {
+public:
+    RunningGame(const QString& executable, const QString& display, const QStringList& arguments,
+                const QString& status_file = {}) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("DISPLAY"), display);
+        m_process.setProcessEnvironment(environment);
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        QStringList all = arguments;
+        if (!status_file.isEmpty()) {
+            all << QStringLiteral("--status") << status_file;
+        }
+        m_process.start(executable, all);
+        m_process.waitForStarted(5000);
+    }
+    ~RunningGame() {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished(5000);
+        }
+    }
+    std::uint32_t Pid() const { return std::uint32_t(m_process.processId()); }
+    QProcess& Process() { return m_process; }
+
+private:
+    QProcess m_process;
+};
+
+// The game's last reported state.
+QJsonObject LastStatus(const QString& status_file) {
+    QFile file(status_file);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    const QList<QByteArray> lines = file.readAll().trimmed().split('\n');
+    return QJsonDocument::fromJson(lines.last()).object();
+}
+
+QByteArray Protection(std::uint32_t pid, std::uint32_t address) {
+    QFile maps(QStringLiteral("/proc/%1/maps").arg(pid));
+    if (!maps.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    for (const QByteArray& line : maps.readAll().split('\n')) {
+        const QList<QByteArray> fields = line.split(' ');
+        const QList<QByteArray> range = fields.value(0).split('-');
+        if (range.size() == 2 && range[0].toULongLong(nullptr, 16) <= address &&
+            address < range[1].toULongLong(nullptr, 16)) {
+            return fields.value(1);
+        }
+    }
+    return {};
+}
+
+constexpr int kStartTimeout = 10000;
+// An address in the game's static data that nothing of the game uses.
+constexpr std::uint32_t kScratch = 0x166F000;
+// A patch site of build 3 with its stock bytes.
+constexpr std::uint32_t kCodeSite = 0x576819;
+
+} // namespace
+
+class RealGameTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() {
+        const QString built =
+            qEnvironmentVariable("TARVEX_BINARY_DIR") + QStringLiteral("/sim/DuneholtRally");
+        if (!QFile::exists(built)) {
+            QSKIP("the stand-in game is not built");
+        }
+        m_folder = std::make_unique<test::TempFolder>();
+        m_executable = m_folder->File(QStringLiteral("DuneholtRally"));
+        QVERIFY(QFile::copy(built, m_executable));
+        m_server = std::make_unique<test::XvfbServer>();
+        if (m_server->Display().isEmpty()) {
+            QSKIP("could not start an X server");
+        }
+        m_display = m_server->Display();
+    }
+
+    void cleanupTestCase() {
+        m_server.reset();
+        m_folder.reset();
+    }
+
+    void findsTheGameAndTellsItsBuild_data() {
+        QTest::addColumn<int>("build");
+        QTest::addColumn<int>("byte");
+        QTest::newRow("build 1") << 1 << 0x10;
+        QTest::newRow("build 2") << 2 << 0x8B;
+        QTest::newRow("build 3") << 3 << 0xE8;
+        QTest::newRow("build 4") << 4 << 0x00;
+    }
+
+    void findsTheGameAndTellsItsBuild() {
+        QFETCH(int, build);
+        QFETCH(int, byte);
+        const Platform platform = PlatformOn(m_display);
+        GameProcess game(platform);
+        // A window of another class is not the game.
+        test::XProgram other(m_display);
+        const xcb_window_t decoy = other.CreateWindow("DHRVideoPlayerDS", 1);
+        other.Map(decoy);
+        QVERIFY(!game.IsGameRunning());
+
+        RunningGame running(m_executable, m_display,
+                            {QStringLiteral("--build"), QString::number(build)});
+        QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
+        QCOMPARE(game.GetGameBuild(), build);
+        QVERIFY(game.Window() != decoy);
+        QCOMPARE(game.ProcessId(), running.Pid());
+        QCOMPARE(game.ReadGameByte(GameProcess::kBuildByteAddress), std::uint8_t(byte));
+        QCOMPARE(game.GetGameExePath(), m_folder->Path() + u'/');
+
+        QTRY_VERIFY(game.IsGameForeground()); // the game takes the focus when shown
+        QString line;
+        QTextStream out(&line);
+        ProbeGame(out, platform);
+        QCOMPARE(line, QStringLiteral("game: pid=%1 build=%2 folder=%3/ foreground=yes\n")
+                           .arg(running.Pid())
+                           .arg(build)
+                           .arg(m_folder->Path()));
+        other.Destroy(decoy);
+    }
+
+    void readsAndWritesLand() {
+        const Platform platform = PlatformOn(m_display);
+        GameProcess game(platform);
+        RunningGame running(m_executable, m_display, {});
+        QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
+        game.FindGame();
+
+        // A code page: stock bytes first, then the patch, which leaves the page executable.
+        QCOMPARE(game.ReadGameLong(kCodeSite), std::int32_t(0x86110FF3));
+        QCOMPARE(Protection(game.ProcessId(), kCodeSite), QByteArray("r-xp"));
+        int length = 0;
+        QCOMPARE(game.WriteGameHex(kCodeSite, QStringLiteral("9090"), &length), 1);
+        QCOMPARE(length, 2);
+        QCOMPARE(game.ReadGameLong(kCodeSite), std::int32_t(0x86119090));
+        QCOMPARE(Protection(game.ProcessId(), kCodeSite), QByteArray("r-xp"));
+
+        // Data, and the car pose's seven values read back in one go.
+        const float pose[7] = {0.5f, -0.5f, 0.25f, 0.75f, 1200.5f, -33.0f, 7.125f};
+        const std::uint32_t offsets[7] = {0x100, 0x104, 0x108, 0x10C, 0x140, 0x144, 0x148};
+        for (int i = 0; i < 7; ++i) {
+            game.WriteGameSingle(kScratch + offsets[i], pose[i]);
+        }
+        QCOMPARE(game.ReadCarPose(kScratch),
+                 (std::array<float, 7>{0.5f, -0.5f, 0.25f, 0.75f, 1200.5f, -33.0f, 7.125f}));
+        QCOMPARE(game.WriteGameString(kScratch, QStringLiteral("Save Data"), &length), 1);
+        QCOMPARE(length, 9);
+        QCOMPARE(game.ReadGameLong(kScratch + 8), std::int32_t('a')); // 'a', then no terminator
+
+        // The game quits: reads give back what they last read, writes change nothing.
+        running.Process().kill();
+        running.Process().waitForFinished(5000);
+        QCOMPARE(game.ReadGameLong(kCodeSite), std::int32_t('a'));
+        QCOMPARE(game.ReadGameSingle(kScratch), 7.125f);
+        QCOMPARE(game.WriteGameValue(kScratch, 1), 0);
+        QVERIFY(!game.IsGameRunning());
+    }
+
+    void foregroundFollowsTheFocus() {
+        const Platform platform = PlatformOn(m_display);
+        GameProcess game(platform);
+        RunningGame running(m_executable, m_display, {});
+        QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
+        game.FindGame();
+        QTRY_VERIFY(game.IsGameForeground());
+
+        test::XProgram tarvex_window(m_display);
+        const xcb_window_t window = tarvex_window.CreateWindow("Tarvex", 1);
+        tarvex_window.Map(window);
+        tarvex_window.Focus(window);
+        QVERIFY(!game.IsGameForeground());
+        tarvex_window.Focus(game.Window());
+        QVERIFY(game.IsGameForeground());
+    }
+
+    void enterAndEscapeDriveTheMenus() {
+        const Platform platform = PlatformOn(m_display);
+        GameProcess game(platform);
+        const QString status = m_folder->File(QStringLiteral("keys.json"));
+        RunningGame running(m_executable, m_display, {}, status);
+        QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
+        game.FindGame();
+        QTRY_VERIFY(game.IsGameForeground());
+        QTRY_COMPARE(LastStatus(status).value(QStringLiteral("menu")).toInt(-1), 0);
+
+        // Enter in the main menu goes to quick rally (10), Escape back to the main menu.
+        platform.desktop->SendKey(13, true);
+        platform.desktop->SendKey(13, false);
+        QTRY_COMPARE(LastStatus(status).value(QStringLiteral("menu")).toInt(-1), 10);
+        platform.desktop->SendKey(27, true);
+        platform.desktop->SendKey(27, false);
+        QTRY_COMPARE(LastStatus(status).value(QStringLiteral("menu")).toInt(-1), 0);
+    }
+
+    void closeEndsTheGame() {
+        const Platform platform = PlatformOn(m_display);
+        GameProcess game(platform);
+        RunningGame running(m_executable, m_display, {});
+        QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
+        game.FindGame();
+        platform.desktop->CloseWindow(game.Window());
+        QVERIFY(running.Process().waitForFinished(5000));
+        QCOMPARE(running.Process().exitStatus(), QProcess::NormalExit);
+        QCOMPARE(running.Process().exitCode(), 0);
+        QVERIFY(!game.IsGameRunning());
+    }
+
+    void terminatingTheIntroEndsOnlyTheIntro() {
+        const Platform platform = PlatformOn(m_display);
+        GameProcess game(platform);
+        RunningGame running(m_executable, m_display,
+                            {QStringLiteral("--intro"), QStringLiteral("60")});
+        WindowHandle intro = 0;
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (intro = platform.desktop->FindWindowByClass(QStringLiteral("DHRVideoPlayerDS"))) != 0,
+            kStartTimeout);
+        const std::uint32_t intro_pid = platform.desktop->WindowProcessId(intro);
+        QVERIFY(intro_pid != 0);
+        QVERIFY(intro_pid != running.Pid());
+        QVERIFY(!game.IsGameRunning());
+
+        game.TerminateWindowProcess(intro);
+        // The game goes on and shows its own window, long before the intro's 60 seconds.
+        QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
+        // (The game's window may reuse the intro's id, so the class tells them apart.)
+        QCOMPARE(platform.desktop->FindWindowByClass(QStringLiteral("DHRVideoPlayerDS")),
+                 WindowHandle(0));
+        QVERIFY(::kill(pid_t(intro_pid), 0) != 0);
+        game.FindGame();
+        QCOMPARE(game.ProcessId(), running.Pid());
+        QCOMPARE(running.Process().state(), QProcess::Running);
+    }
+
+    void hookDeliversTypedCharacters() {
+        const Platform platform = PlatformOn(m_display);
+        GameProcess game(platform);
+        RunningGame running(m_executable, m_display, {});
+        QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
+        game.FindGame();
+        QTRY_VERIFY(game.IsGameForeground());
+
+        QList<int> keys;
+        QString typed;
+        KeyboardHook& hook = *platform.keyboard;
+        QVERIFY(hook.Hook([&](int key, std::uint32_t flags) {
+            if (!(flags & 0x80000000u)) {
+                keys.append(key);
+                typed += hook.ToAscii(key, flags);
+            }
+        }));
+        Desktop& desktop = *platform.desktop;
+        const auto stroke = [&](int key) {
+            desktop.SendKey(key, true);
+            desktop.SendKey(key, false);
+        };
+        stroke('T');
+        desktop.SendKey(16, true);
+        stroke('H');
+        desktop.SendKey(16, false);
+        stroke('I');
+        desktop.SendKey(16, true);
+        stroke('1');
+        desktop.SendKey(16, false);
+        stroke(8);
+        stroke(13);
+        QTRY_COMPARE(keys.size(), 8);
+        QCOMPARE(keys, (QList<int>{84, 16, 72, 73, 16, 49, 8, 13}));
+        QCOMPARE(typed, QStringLiteral("tHi!\b\r"));
+        hook.Unhook();
+    }
+
+    void hookClicksReachTheButton() {
+        const Platform platform = PlatformOn(m_display);
+        GameProcess game(platform);
+        const QString status = m_folder->File(QStringLiteral("hook.json"));
+        RunningGame running(m_executable, m_display, {}, status);
+        QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
+        QCOMPARE(game.GetGameBuild(), 3);
+
+        int clicks = 0;
+        const WindowHandle button = platform.desktop->CreateHookButton([&] { ++clicks; });
+        QVERIFY(button != 0);
+        game.WriteGameHex(0x493976, QStringLiteral("6A006A0068F500000068FC084000FF15e4967200"));
+        game.WriteGameLong(0x493980, std::int32_t(button));
+        QTRY_VERIFY(clicks >= 5);
+        QTRY_VERIFY(LastStatus(status).value(QStringLiteral("hook_clicks")).toInt() >= 5);
+
+        platform.desktop->DestroyHookButton(button);
+        const int seen = clicks;
+        QTest::qWait(200);
+        QCOMPARE(clicks, seen);
+        QCOMPARE(running.Process().state(), QProcess::Running); // clicks into the void are fine
+    }
+
+    void launchesThroughTheShellInItsFolder() {
+        const Platform platform = PlatformOn(m_display);
+        GameProcess game(platform);
+        // The shell starts programs on Tarvex's own display.
+        const QByteArray display = qgetenv("DISPLAY");
+        qputenv("DISPLAY", m_display.toLatin1());
+        const bool opened = OpenGameExecutable(*platform.shell, m_executable);
+        qputenv("DISPLAY", display);
+        QVERIFY(opened);
+        QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
+        game.FindGame();
+        const std::uint32_t pid = game.ProcessId();
+        QVERIFY(pid != 0);
+        const QString folder = QFile::symLinkTarget(QStringLiteral("/proc/%1/cwd").arg(pid));
+        QCOMPARE(game.GetGameExePath(), m_folder->Path() + u'/');
+        platform.memory->Terminate(pid);
+        QTRY_VERIFY(!game.IsGameRunning());
+        QCOMPARE(folder, m_folder->Path());
+    }
+
+    void eachMachineFindsOnlyItsOwnGame() {
+        test::XvfbServer other_server;
+        if (other_server.Display().isEmpty()) {
+            QSKIP("could not start a second X server");
+        }
+        const Platform here = PlatformOn(m_display);
+        const Platform there = PlatformOn(other_server.Display());
+        GameProcess game_here(here);
+        GameProcess game_there(there);
+        RunningGame mine(m_executable, m_display, {QStringLiteral("--build"), QStringLiteral("3")});
+        RunningGame theirs(m_executable, other_server.Display(),
+                           {QStringLiteral("--build"), QStringLiteral("4")});
+        QTRY_VERIFY_WITH_TIMEOUT(game_here.IsGameRunning(), kStartTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(game_there.IsGameRunning(), kStartTimeout);
+        QCOMPARE(game_here.GetGameBuild(), 3);
+        QCOMPARE(game_there.GetGameBuild(), 4);
+        QCOMPARE(game_here.ProcessId(), mine.Pid());
+        QCOMPARE(game_there.ProcessId(), theirs.Pid());
+    }
+
+private:
+    std::unique_ptr<test::TempFolder> m_folder;
+    std::unique_ptr<test::XvfbServer> m_server;
+    QString m_executable;
+    QString m_display;
+};
+
+TARVEX_TEST(RealGameTest);
+#include "RealGameTest.moc"
