@@ -21,11 +21,12 @@ RaceControlsBox::RaceControlsBox(Tarvex& tarvex, PlayerRows& rows, bool host_win
     , m_window(window) {
     RaceChoices& choices = m_choices;
     auto* panel = new RaceSettingsPanel(choices, this);
-    // The rows' lists show the cars; which of them may be changed is the window's decision.
+    // The rows' lists show the cars. Only the host's own row is ever editable on the host; a
+    // client's window also locks its own row while a race runs, so it decides that itself.
     for (int slot = 0; slot < RowCount; ++slot) {
-        BindComboBox(rows.pCar[slot], choices.pCar[slot], false);
-        BindComboBox(rows.pTrans[slot], choices.pTrans[slot], false);
-        BindComboBox(rows.pTyre[slot], choices.pTyre[slot], false);
+        BindComboBox(rows.pCar[slot], choices.pCar[slot], host_window);
+        BindComboBox(rows.pTrans[slot], choices.pTrans[slot], host_window);
+        BindComboBox(rows.pTyre[slot], choices.pTyre[slot], host_window);
     }
 
     auto* times = new QPushButton(tr("Display Times"), this);

@@ -54,6 +54,9 @@ private slots:
         QVERIFY(client->Welcomed());
 
         QVERIFY(Box(*server, "cmbCountry")->isEnabled());
+        QVERIFY(server->Rows().pCar[0]->isEnabled());
+        QVERIFY(!server->Rows().pCar[1]->isEnabled());
+        QVERIFY(!server->Rows().pTyre[3]->isEnabled());
         QVERIFY(!Box(*client, "cmbCountry")->isEnabled());
         QVERIFY(!Box(*client, "cmbStage")->isEnabled());
         QVERIFY(!client->findChild<QRadioButton*>(QStringLiteral("optDam_2"))->isEnabled());
