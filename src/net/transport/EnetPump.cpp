@@ -1,5 +1,7 @@
 #include "net/transport/EnetPump.h"
 
+#include "net/transport/ResultCodes.h"
+
 #include <QDeadlineTimer>
 #include <QLoggingCategory>
 #include <QPointer>
@@ -49,6 +51,9 @@ void EnetPump::Attach(EnetHostPtr host) {
     // Session messages are small (the largest, a welcome to a full session, is a few
     // kilobytes); a peer that announces megabytes is not one of ours and gets nothing buffered.
     m_host->maximumPacketSize = MaximumMessageBytes;
+    // ENet lets each peer park 32 MB of fragments and out-of-order packets; a host with a few
+    // dozen joiners would give a hostile one a gigabyte to fill. A few messages' worth is plenty.
+    m_host->maximumWaitingData = 4 * MaximumMessageBytes;
     m_queue.clear();
     m_notifier = new QSocketNotifier(m_host->socket, QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, [this] { Service(); });
@@ -110,6 +115,14 @@ bool EnetPump::SendPacket(ENetPeer* peer, const QByteArray& bytes, quint8 channe
         return false;
     }
     return true;
+}
+
+bool EnetPump::SendMessage(ENetPeer* peer, const QByteArray& bytes, quint32 flags) {
+    const bool reliable = (flags & dpn::DPNSEND_GUARANTEED) != 0;
+    const quint8 channel = !reliable                                   ? UnreliableChannel
+                           : (flags & dpn::DPNSEND_PRIORITY_HIGH) != 0 ? UrgentChannel
+                                                                       : ReliableChannel;
+    return SendPacket(peer, bytes, channel, reliable);
 }
 
 void EnetPump::Flush() {

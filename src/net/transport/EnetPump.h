@@ -30,6 +30,10 @@ struct TransportTimeouts {
     quint32 close_linger_ms = 300;
 };
 
+// The session's three lanes. Handshake packets travel on the reliable one.
+enum Channel : quint8 { ReliableChannel = 0, UrgentChannel = 1, UnreliableChannel = 2 };
+inline constexpr int ChannelCount = 3;
+
 // One ENet event copied out of ENet, so that the packet can be destroyed at once and the
 // event handled later, in order, on the event loop's thread.
 struct EnetEvent {
@@ -63,8 +67,10 @@ protected:
     void Detach(quint32 reason);
     ENetHost* Host() const { return m_host.get(); }
 
-    // Sends on one peer and flushes at once, so a message never waits for the next tick.
+    // Queues a packet on one peer; the caller flushes once its sends are done.
     bool SendPacket(ENetPeer* peer, const QByteArray& bytes, quint8 channel, bool reliable);
+    // Sends a session message with the caller's send flags (see dpn::SendReliable and kin).
+    bool SendMessage(ENetPeer* peer, const QByteArray& bytes, quint32 flags);
     void Flush();
     // Makes ENet keep every unreliable packet on a clean link: its default throttle falls on
     // the first jitter and then discards car states at random.

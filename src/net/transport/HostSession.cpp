@@ -12,7 +12,6 @@ namespace tarvex {
 
 namespace {
 
-constexpr int ChannelCount = 3;
 // Room for a full session plus joiners that are still to be refused: a client that finds no
 // free peer slot gets no answer at all, and it should hear "Session Full" instead.
 constexpr size_t PeerSlots = 32;
@@ -78,14 +77,12 @@ void HostSession::SendTo(dpn::PlayerId to, const QByteArray& bytes, quint32 time
     if (!IsHosting()) {
         return;
     }
-    const bool reliable = (flags & dpn::DPNSEND_GUARANTEED) != 0;
-    const quint8 channel = !reliable ? 2 : (flags & dpn::DPNSEND_PRIORITY_HIGH) ? 1 : 0;
     if (to == dpn::DPNID_ALL_PLAYERS_GROUP) {
         for (const auto& [id, peer] : m_players) {
-            SendPacket(peer, bytes, channel, reliable);
+            SendMessage(peer, bytes, flags);
         }
     } else if (ENetPeer* peer = PeerOf(to)) {
-        SendPacket(peer, bytes, channel, reliable);
+        SendMessage(peer, bytes, flags);
     }
     Flush();
 }
@@ -176,7 +173,7 @@ void HostSession::OnConnect(ENetPeer* peer) {
     state.connected_at_ms = m_clock.elapsed();
     const QByteArray challenge = handshake::BuildChallenge(state.nonce);
     m_peers[peer] = std::move(state);
-    SendPacket(peer, challenge, 0, true);
+    SendPacket(peer, challenge, ReliableChannel, true);
     Flush();
 }
 
@@ -207,7 +204,7 @@ void HostSession::OnHandshake(ENetPeer* peer, Peer& state, const QByteArray& byt
     accept.session_name = m_session_name;
     accept.player_limit = static_cast<quint8>(m_player_limit);
     // The accept goes out before anything the CreatePlayer handler sends on the same channel.
-    SendPacket(peer, handshake::BuildAccept(accept), 0, true);
+    SendPacket(peer, handshake::BuildAccept(accept), ReliableChannel, true);
     Flush();
     emit CreatePlayer(state.id);
 }
