@@ -123,6 +123,44 @@ private slots:
         QCOMPARE(client.received, (QList<QByteArray>{"car state", "start now", "welcome"}));
     }
 
+    // While a handler waits, a player leaves and a newcomer gets its ENet slot. Whatever the
+    // handler then sends to the player who left must not reach the newcomer, whose first packet
+    // has to be its challenge.
+    void slotReusedWhileAHandlerWaits() {
+        RecordingHost host;
+        const quint16 port = host.Open();
+        QVERIFY(port != 0);
+        RecordingClient leaver;
+        QCOMPARE(leaver.Join(port, QStringLiteral("Leaver")), 0u);
+        const dpn::PlayerId leaver_id = host.created.last();
+
+        RawEndpoint newcomer;
+        QList<QByteArray> newcomer_got;
+        bool handled = false;
+        connect(&host.session, &HostSession::Receive, this, [&](dpn::PlayerId, const QByteArray&) {
+            leaver.session.CloseClient();
+            // Until the host has seen the leaver go (with the fault in place it never looks
+            // gone, so this wait simply runs out).
+            QTest::qWaitFor([&] { return !host.session.GetConnectionInfo(leaver_id); }, 1000);
+            newcomer.Connect(port);
+            newcomer.ServeUntil([&](const QByteArray& bytes) { newcomer_got << bytes; },
+                                [&] { return newcomer.peer->state == ENET_PEER_STATE_CONNECTED; });
+            // The host counts the newcomer as connected once its acknowledgement is in.
+            QTest::qWait(100);
+            QCOMPARE(host.session.GetClientInfo(leaver_id), QStringLiteral("Leaver"));
+            host.session.SendTo(leaver_id, "for the leaver", 0, dpn::SendReliable);
+            host.session.SendTo(0, "for everyone", 0, dpn::SendUnreliable);
+            handled = true;
+        });
+        leaver.session.Send("wait", 0, dpn::SendReliable);
+        QTRY_VERIFY(handled);
+        QVERIFY(newcomer.ServeUntil([&](const QByteArray& bytes) { newcomer_got << bytes; },
+                                    [&] { return !newcomer_got.isEmpty(); }));
+        QVERIFY2(handshake::ParseChallenge(newcomer_got.first()).has_value(),
+                 newcomer_got.first().constData());
+        QTRY_COMPARE(host.destroyed, QList<dpn::PlayerId>{leaver_id});
+    }
+
     // A host that answers with something that is no handshake at all is not a Tarvex host.
     void hostSpeakingAnotherProtocol() {
         const quint16 port = FreeUdpPort();

@@ -153,6 +153,7 @@ void EnetPump::Service() {
         EnetEvent copy;
         copy.type = event.type;
         copy.peer = event.peer;
+        copy.connect_id = event.peer ? event.peer->connectID : 0;
         copy.channel = event.channelID;
         copy.data = event.data;
         if (event.type == ENET_EVENT_TYPE_RECEIVE) {

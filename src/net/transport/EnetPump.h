@@ -39,6 +39,9 @@ inline constexpr int ChannelCount = 3;
 struct EnetEvent {
     ENetEventType type = ENET_EVENT_TYPE_NONE;
     ENetPeer* peer = nullptr;
+    // ENet reuses a peer slot for the next connection as soon as one ends; this tells the
+    // connections of one slot apart (0 once the slot is free).
+    quint32 connect_id = 0;
     quint8 channel = 0;
     quint32 data = 0;
     QByteArray bytes;

@@ -78,8 +78,10 @@ void HostSession::SendTo(dpn::PlayerId to, const QByteArray& bytes, quint32 time
         return;
     }
     if (to == dpn::DPNID_ALL_PLAYERS_GROUP) {
-        for (const auto& [id, peer] : m_players) {
-            SendMessage(peer, bytes, flags);
+        for (const auto& [id, unused] : m_players) {
+            if (ENetPeer* peer = PeerOf(id)) {
+                SendMessage(peer, bytes, flags);
+            }
         }
     } else if (ENetPeer* peer = PeerOf(to)) {
         SendMessage(peer, bytes, flags);
@@ -88,8 +90,9 @@ void HostSession::SendTo(dpn::PlayerId to, const QByteArray& bytes, quint32 time
 }
 
 QString HostSession::GetClientInfo(dpn::PlayerId id) const {
-    ENetPeer* peer = PeerOf(id);
-    return peer ? m_peers.at(peer).name : QString();
+    // Still known while its DestroyPlayer is pending, so the quit can be told by name.
+    auto found = m_players.find(id);
+    return found == m_players.end() ? QString() : m_peers.at(found->second).name;
 }
 
 std::optional<quint32> HostSession::GetConnectionInfo(dpn::PlayerId id) const {
@@ -133,7 +136,7 @@ void HostSession::Handle(const EnetEvent& event) {
         emit CreatePlayer(event.data);
         break;
     case ENET_EVENT_TYPE_CONNECT:
-        OnConnect(event.peer);
+        OnConnect(event.peer, event.connect_id);
         break;
     case ENET_EVENT_TYPE_DISCONNECT:
         OnDisconnect(event.peer);
@@ -157,7 +160,7 @@ void HostSession::Tick() {
     // Joiners that connect and then say nothing would hold a peer slot for ever.
     const qint64 now = m_clock.elapsed();
     for (auto& [peer, state] : m_peers) {
-        if (state.id == 0 && peer->state == ENET_PEER_STATE_CONNECTED &&
+        if (state.id == 0 && IsSameConnection(peer, state) &&
             now - state.connected_at_ms >= qint64(Timeouts().handshake_ms)) {
             qCInfo(lcTransport) << "dropping a joiner whose handshake did not arrive";
             enet_peer_disconnect(peer, dpn::DPNERR_NORESPONSE);
@@ -166,9 +169,10 @@ void HostSession::Tick() {
     Flush();
 }
 
-void HostSession::OnConnect(ENetPeer* peer) {
+void HostSession::OnConnect(ENetPeer* peer, quint32 connect_id) {
     ConfigurePeer(peer, Timeouts().silence_ms);
     Peer state;
+    state.connect_id = connect_id;
     state.nonce = handshake::NewNonce();
     state.connected_at_ms = m_clock.elapsed();
     const QByteArray challenge = handshake::BuildChallenge(state.nonce);
@@ -178,7 +182,7 @@ void HostSession::OnConnect(ENetPeer* peer) {
 }
 
 void HostSession::OnHandshake(ENetPeer* peer, Peer& state, const QByteArray& bytes) {
-    if (peer->state != ENET_PEER_STATE_CONNECTED) {
+    if (!IsSameConnection(peer, state)) {
         return;
     }
     const auto hello = handshake::ParseHello(bytes);
@@ -238,7 +242,14 @@ dpn::PlayerId HostSession::NewPlayerId() {
 
 ENetPeer* HostSession::PeerOf(dpn::PlayerId id) const {
     auto found = m_players.find(id);
-    return found == m_players.end() ? nullptr : found->second;
+    if (found == m_players.end() || !IsSameConnection(found->second, m_peers.at(found->second))) {
+        return nullptr;
+    }
+    return found->second;
+}
+
+bool HostSession::IsSameConnection(const ENetPeer* peer, const Peer& state) {
+    return peer->state == ENET_PEER_STATE_CONNECTED && peer->connectID == state.connect_id;
 }
 
 } // namespace tarvex

@@ -72,18 +72,23 @@ protected:
 
 private:
     struct Peer {
+        quint32 connect_id = 0;
         QByteArray nonce;
         qint64 connected_at_ms = 0;
         dpn::PlayerId id = 0; // 0 until admitted
         QString name;
     };
 
-    void OnConnect(ENetPeer* peer);
+    void OnConnect(ENetPeer* peer, quint32 connect_id);
     void OnHandshake(ENetPeer* peer, Peer& state, const QByteArray& bytes);
     void OnDisconnect(ENetPeer* peer);
     void Refuse(ENetPeer* peer, dpn::ResultCode code);
     dpn::PlayerId NewPlayerId();
+    // The player's connection while it is still up, else null. Between the end of a connection
+    // and its DestroyPlayer (a handler may be waiting) ENet may already have given the slot to
+    // a newcomer, who must not receive what was meant for the player that left.
     ENetPeer* PeerOf(dpn::PlayerId id) const;
+    static bool IsSameConnection(const ENetPeer* peer, const Peer& state);
 
     std::shared_ptr<Dialogs> m_dialogs;
     QElapsedTimer m_clock;
