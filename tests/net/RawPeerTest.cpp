@@ -2,6 +2,7 @@
 #include "TestRegistry.h"
 #include "net/transport/Handshake.h"
 
+#include <QMap>
 #include <QTest>
 #include <enet/enet.h>
 
@@ -159,6 +160,55 @@ private slots:
         QVERIFY2(handshake::ParseChallenge(newcomer_got.first()).has_value(),
                  newcomer_got.first().constData());
         QTRY_COMPARE(host.destroyed, QList<dpn::PlayerId>{leaver_id});
+    }
+
+    // An admitted peer that floods the host: its packets are served in turns of the event loop,
+    // so the host's timers and input still run while it lasts.
+    void floodIsServedInTurns() {
+        RecordingHost host;
+        const quint16 port = host.Open();
+        QVERIFY(port != 0);
+        RawEndpoint flooder;
+        flooder.Connect(port);
+        QVERIFY(flooder.ServeUntil(
+            [&](const QByteArray& bytes) {
+                if (const auto nonce = handshake::ParseChallenge(bytes)) {
+                    flooder.Send(handshake::BuildHello({QLatin1String(dpn::ApplicationGuid),
+                                                        QStringLiteral("Flood"),
+                                                        handshake::PasswordProof(*nonce, {})}),
+                                 0, true);
+                }
+            },
+            [&] { return host.created.size() == 2; }));
+
+        int turn = 0;
+        QMap<int, int> per_turn;
+        connect(&host.session, &HostSession::Receive, this, [&](dpn::PlayerId, const QByteArray&) {
+            if (++per_turn[turn] == 1) {
+                QMetaObject::invokeMethod(
+                    this, [&] { ++turn; }, Qt::QueuedConnection);
+            }
+        });
+        // All of it lands in the host's socket before the host gets to read any.
+        constexpr int Packets = 3000;
+        for (int n = 0; n < Packets; ++n) {
+            const QByteArray bytes = "U" + QByteArray::number(n);
+            enet_peer_send(flooder.peer, 2, enet_packet_create(bytes.constData(), bytes.size(), 0));
+            if (n % 40 == 39) {
+                enet_host_flush(flooder.host);
+            }
+        }
+        enet_host_flush(flooder.host);
+        QTRY_VERIFY(host.received.size() >= Packets / 2);
+        QTest::qWait(100);
+        int largest = 0;
+        for (int count : per_turn) {
+            largest = std::max(largest, count);
+        }
+        QVERIFY2(
+            largest < host.received.size(),
+            qPrintable(
+                QStringLiteral("%1 of %2 in one turn").arg(largest).arg(host.received.size())));
     }
 
     // A host that answers with something that is no handshake at all is not a Tarvex host.

@@ -19,6 +19,9 @@ namespace {
 // the socket notifier, not this timer, carries the received traffic.
 constexpr int RetransmitIntervalMs = 20;
 constexpr size_t MaximumMessageBytes = 256 * 1024;
+// A peer that floods the socket must not keep timers and input waiting: after this many events
+// the rest is served on the event loop's next turn.
+constexpr int MaximumEventsPerService = 256;
 } // namespace
 
 bool EnsureEnetInitialised() {
@@ -149,7 +152,10 @@ void EnetPump::Service() {
     }
     ENetEvent event;
     int got = 0;
-    while (m_host && (got = enet_host_service(m_host.get(), &event, 0)) > 0) {
+    int events = 0;
+    while (m_host && events < MaximumEventsPerService &&
+           (got = enet_host_service(m_host.get(), &event, 0)) > 0) {
+        ++events;
         EnetEvent copy;
         copy.type = event.type;
         copy.peer = event.peer;
@@ -165,6 +171,17 @@ void EnetPump::Service() {
     }
     if (got < 0) {
         qCWarning(lcTransport) << "ENet service failed";
+    }
+    // ENet may hold the rest already, so the socket notifier would not call again.
+    if (events == MaximumEventsPerService && !m_service_queued) {
+        m_service_queued = true;
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                m_service_queued = false;
+                Service();
+            },
+            Qt::QueuedConnection);
     }
     Dispatch();
 }

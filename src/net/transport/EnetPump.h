@@ -96,6 +96,7 @@ private:
     QTimer* m_retransmit_timer = nullptr;
     std::deque<EnetEvent> m_queue;
     bool m_dispatching = false;
+    bool m_service_queued = false;
     TransportTimeouts m_timeouts;
 };
 
