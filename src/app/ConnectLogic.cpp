@@ -157,17 +157,22 @@ std::optional<quint16> ConnectLogic::PortOf(const QString& text) {
     return static_cast<quint16>(port);
 }
 
+bool ConnectLogic::Validate(bool address_ok) {
+    if (!address_ok) {
+        m_view.lblStat = QStringLiteral("Invalid Address");
+    } else if (m_view.nicknameTXT.text.isEmpty()) {
+        m_view.lblStat = QStringLiteral("Invalid Name");
+    } else {
+        return true;
+    }
+    emit changed();
+    return false;
+}
+
 void ConnectLogic::HostStart() {
     View& v = m_view;
     const auto port = PortOf(v.PORTtxt.text);
-    if (!port) {
-        v.lblStat = QStringLiteral("Invalid Address");
-        emit changed();
-        return;
-    }
-    if (v.nicknameTXT.text.isEmpty()) {
-        v.lblStat = QStringLiteral("Invalid Name");
-        emit changed();
+    if (!Validate(port.has_value())) {
         return;
     }
     m_tarvex.MyName = v.nicknameTXT.text;
@@ -199,14 +204,7 @@ void ConnectLogic::HostStart() {
 void ConnectLogic::Join() {
     View& v = m_view;
     const auto port = PortOf(v.PORTtxt.text);
-    if (v.IPtxt.text.isEmpty() || !port) {
-        v.lblStat = QStringLiteral("Invalid Address");
-        emit changed();
-        return;
-    }
-    if (v.nicknameTXT.text.isEmpty()) {
-        v.lblStat = QStringLiteral("Invalid Name");
-        emit changed();
+    if (!Validate(!v.IPtxt.text.isEmpty() && port.has_value())) {
         return;
     }
     m_tarvex.IsHost = false;

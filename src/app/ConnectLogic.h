@@ -91,6 +91,9 @@ private:
     void EnableRetry();
     void HostStart();
     void Join();
+    // Shows why the fields cannot start anything ("Invalid Address" before "Invalid Name");
+    // true when they can.
+    bool Validate(bool address_ok);
     // A port text that is a number 1..65535, else nothing.
     static std::optional<quint16> PortOf(const QString& text);
 
