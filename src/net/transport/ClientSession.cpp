@@ -24,29 +24,21 @@ ClientSession::~ClientSession() {
     CloseClient();
 }
 
-void ClientSession::Fail(const QString& title, dpn::ResultCode code, const QString& description) {
-    const QString text =
-        QStringLiteral("Error 0x") + dpn::HexCode(code) + QStringLiteral(": ") + description;
-    qCWarning(lcTransport).noquote() << title << text;
-    if (m_dialogs) {
-        m_dialogs->MessageBox(title, text, Dialogs::Icon::Critical);
-    }
-}
-
 bool ClientSession::DirectPlayInit(quint16 port) {
     Q_UNUSED(port); // the host's port is given with the address when connecting
     Detach(0);
     m_state = State::Idle;
     m_peer = nullptr;
     if (!EnsureEnetInitialised()) {
-        Fail(QStringLiteral("DirectPlayInit"), dpn::DPNERR_GENERIC,
-             QStringLiteral("The network layer could not start."));
+        ReportStartFailure(m_dialogs.get(), QStringLiteral("DirectPlayInit"), dpn::DPNERR_GENERIC,
+                           QStringLiteral("The network layer could not start."));
         return false;
     }
     EnetHostPtr host(enet_host_create(nullptr, 1, ChannelCount, 0, 0));
     if (!host) {
-        Fail(QStringLiteral("DirectPlayInit"), dpn::DPNERR_OUTOFMEMORY,
-             QStringLiteral("No network endpoint could be created."));
+        ReportStartFailure(m_dialogs.get(), QStringLiteral("DirectPlayInit"),
+                           dpn::DPNERR_OUTOFMEMORY,
+                           QStringLiteral("No network endpoint could be created."));
         return false;
     }
     Attach(std::move(host));
@@ -62,14 +54,16 @@ bool ClientSession::Connect(const QString& address, quint16 port, const QString&
     target.port = port;
     if (address.trimmed().isEmpty() ||
         enet_address_set_host(&target, address.toUtf8().constData()) != 0) {
-        Fail(QStringLiteral("mdlDirectPlayConnect"), dpn::DPNERR_ADDRESSING,
-             QStringLiteral("The address \"%1\" could not be found.").arg(address));
+        ReportStartFailure(m_dialogs.get(), QStringLiteral("mdlDirectPlayConnect"),
+                           dpn::DPNERR_ADDRESSING,
+                           QStringLiteral("The address \"%1\" could not be found.").arg(address));
         return false;
     }
     m_peer = enet_host_connect(Host(), &target, ChannelCount, 0);
     if (m_peer == nullptr) {
-        Fail(QStringLiteral("mdlDirectPlayConnect"), dpn::DPNERR_GENERIC,
-             QStringLiteral("The connection could not be started."));
+        ReportStartFailure(m_dialogs.get(), QStringLiteral("mdlDirectPlayConnect"),
+                           dpn::DPNERR_GENERIC,
+                           QStringLiteral("The connection could not be started."));
         return false;
     }
     // ENet would give up on a silent host after about 15 s; the attempt's own deadline (Tick)

@@ -64,7 +64,6 @@ protected:
 private:
     enum class State { Idle, Connecting, Admitted, Ended };
 
-    void Fail(const QString& title, dpn::ResultCode code, const QString& description);
     void OnHandshake(const QByteArray& bytes);
     void EndAttempt(dpn::ResultCode code);
 

@@ -1,6 +1,6 @@
 #include "net/transport/EnetPump.h"
 
-#include "net/transport/ResultCodes.h"
+#include "platform/Dialogs.h"
 
 #include <QDeadlineTimer>
 #include <QLoggingCategory>
@@ -29,6 +29,16 @@ bool EnsureEnetInitialised() {
     static bool ok = false;
     std::call_once(once, [] { ok = enet_initialize() == 0; });
     return ok;
+}
+
+void ReportStartFailure(Dialogs* dialogs, const QString& title, dpn::ResultCode code,
+                        const QString& description) {
+    const QString text =
+        QStringLiteral("Error 0x") + dpn::HexCode(code) + QStringLiteral(": ") + description;
+    qCWarning(lcTransport).noquote() << title << text;
+    if (dialogs) {
+        dialogs->MessageBox(title, text, Dialogs::Icon::Critical);
+    }
 }
 
 EnetPump::EnetPump(QObject* parent)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "net/transport/ResultCodes.h"
+
 #include <QByteArray>
 #include <QObject>
 #include <deque>
@@ -10,6 +12,8 @@ class QSocketNotifier;
 class QTimer;
 
 namespace tarvex {
+
+class Dialogs;
 
 struct EnetHostDeleter {
     void operator()(ENetHost* host) const { enet_host_destroy(host); }
@@ -102,5 +106,11 @@ private:
 
 // ENet needs a one-time start per process; every session calls this before creating a host.
 bool EnsureEnetInitialised();
+
+// A session that could not start says so in the critical box "Error 0x<code>: <description>"
+// titled with the operation that failed (and in the log, which is all there is without
+// `dialogs`).
+void ReportStartFailure(Dialogs* dialogs, const QString& title, dpn::ResultCode code,
+                        const QString& description);
 
 } // namespace tarvex

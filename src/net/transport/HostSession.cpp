@@ -30,12 +30,7 @@ HostSession::~HostSession() {
 bool HostSession::InitServer(const QString& session_name, int player_limit, quint16 port,
                              const QString& password) {
     auto fail = [this](dpn::ResultCode code, const QString& description) {
-        const QString text =
-            QStringLiteral("Error 0x") + dpn::HexCode(code) + QStringLiteral(": ") + description;
-        qCWarning(lcTransport).noquote() << "InitServer:" << text;
-        if (m_dialogs) {
-            m_dialogs->MessageBox(QStringLiteral("InitServer"), text, Dialogs::Icon::Critical);
-        }
+        ReportStartFailure(m_dialogs.get(), QStringLiteral("InitServer"), code, description);
         return false;
     };
 
