@@ -43,10 +43,10 @@ public:
     // never retry.
     void SendTo(dpn::PlayerId to, const QByteArray& bytes, quint32 timeout_ms, quint32 flags);
 
-    // The nickname the player joined with; empty for an unknown id.
+    // The nickname the player joined with, until its DestroyPlayer; empty for an unknown id.
     QString GetClientInfo(dpn::PlayerId id) const;
-    // Round-trip time to the player in whole milliseconds; nothing for the host's own player
-    // or an unknown id.
+    // Round-trip time to the player in whole milliseconds; nothing for the host's own player,
+    // an unknown id or a player whose connection has already ended.
     std::optional<quint32> GetConnectionInfo(dpn::PlayerId id) const;
     // Removes a client; its DestroyPlayer follows once it has gone. The client is told that
     // the host ended its session.
