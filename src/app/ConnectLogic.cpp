@@ -188,6 +188,8 @@ void ConnectLogic::HostStart() {
 
     // A failure has shown its message; the host window stays, without a session.
     m_tarvex.server().InitServer(v.txtSName.text, v.scrPlay, *port, m_tarvex.SessionPassword);
+    SetMode(Mode::Connected);
+    emit serverShown();
 
     Settings& s = m_tarvex.settings;
     s.HostAddress = v.IPtxt.text;
@@ -196,8 +198,6 @@ void ConnectLogic::HostStart() {
     s.MaxPlayers = QString::number(v.scrPlay);
     s.ServerName = v.txtSName.text;
     SaveSettings(m_tarvex);
-
-    SetMode(Mode::Connected);
     emit serverStarted();
 }
 

@@ -80,7 +80,11 @@ signals:
     // Hosting is about to start: the host window must exist now, with `player_rows` rows, so
     // that it receives the session's first events.
     void serverPreparing(int player_rows);
-    // Hosting has started: show the host window, close this one, start the public listing.
+    // The session is open (or failed to open): the host window shows. The settings are saved
+    // after this, so a message about them appears over the host window.
+    void serverShown();
+    // Hosting has started: close this window, start the public listing, bring the host window
+    // to the front.
     void serverStarted();
     // A connect attempt is about to start: the client window that receives its events must
     // exist now (hidden until the welcome).
