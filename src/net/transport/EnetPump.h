@@ -35,7 +35,7 @@ struct TransportTimeouts {
 };
 
 // The session's three lanes. Handshake packets travel on the reliable one.
-enum Channel : quint8 { ReliableChannel = 0, UrgentChannel = 1, UnreliableChannel = 2 };
+enum EnetChannel : quint8 { ReliableChannel = 0, UrgentChannel = 1, UnreliableChannel = 2 };
 inline constexpr int ChannelCount = 3;
 
 // One ENet event copied out of ENet, so that the packet can be destroyed at once and the
