@@ -1,5 +1,6 @@
 #include "app/ClientFRM.h"
 
+#include "app/ConsoleLine.h"
 #include "app/SessionTexts.h"
 #include "app/SettingsFile.h"
 #include "app/Tarvex.h"
@@ -27,6 +28,8 @@ ClientFRM::ClientFRM(Tarvex& tarvex, QWidget* parent)
     m_lblStatus->setObjectName(QStringLiteral("lblStatus"));
     m_MainTXT->setObjectName(QStringLiteral("MainTXT"));
     m_MainTXT->setReadOnly(true);
+    // Names and session names come from other players: shown as typed, never as markup.
+    m_lblServerName->setTextFormat(Qt::PlainText);
 
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_lblNumPlayer);
@@ -52,7 +55,7 @@ void ClientFRM::WelcomeReceived() {
 }
 
 void ClientFRM::AddLine(const QString& line) {
-    m_MainTXT->append(line);
+    AppendConsoleLine(*m_MainTXT, line);
 }
 
 void ClientFRM::OnConnectComplete(dpn::ResultCode result) {

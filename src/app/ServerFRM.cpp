@@ -1,5 +1,6 @@
 #include "app/ServerFRM.h"
 
+#include "app/ConsoleLine.h"
 #include "app/SettingsFile.h"
 #include "app/Tarvex.h"
 #include "net/transport/PublicListing.h"
@@ -26,6 +27,8 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
     m_lblStatus->setObjectName(QStringLiteral("lblStatus"));
     m_MainTXT->setObjectName(QStringLiteral("MainTXT"));
     m_MainTXT->setReadOnly(true);
+    // The session name is shown as typed, never read as markup.
+    m_lblServerName->setTextFormat(Qt::PlainText);
 
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_lblNumPlayer);
@@ -72,7 +75,7 @@ void ServerFRM::DoGTimer() {
 }
 
 void ServerFRM::AddLine(const QString& line) {
-    m_MainTXT->append(line);
+    AppendConsoleLine(*m_MainTXT, line);
 }
 
 void ServerFRM::OnCreatePlayer(dpn::PlayerId) {

@@ -162,6 +162,12 @@ private slots:
                                              "\x01\x01\x0A\xFF",
                                              19));
 
+        // Console lines are shown as typed, markup included.
+        ServerFRM* server = app.start_up->ServerForm();
+        server->AddLine(QStringLiteral("<b>Bob</b>: hi"));
+        QCOMPARE(server->findChild<QTextEdit*>(QStringLiteral("MainTXT"))->toPlainText(),
+                 QStringLiteral("<b>Bob</b>: hi"));
+
         // Closing the host window ends the session and the program.
         app.start_up->ServerForm()->close();
         QCOMPARE(app.ends, 1);
