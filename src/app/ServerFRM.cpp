@@ -27,6 +27,8 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
     m_lblStatus->setObjectName(QStringLiteral("lblStatus"));
     m_MainTXT->setObjectName(QStringLiteral("MainTXT"));
     m_MainTXT->setReadOnly(true);
+    // The session name is shown as typed, never read as markup.
+    m_lblServerName->setTextFormat(Qt::PlainText);
 
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_lblServerName);
