@@ -59,6 +59,11 @@ constexpr std::uint8_t MaxSlot = 12;
 constexpr int SlotCount = 13;
 constexpr int RowCount = 12;
 
+// A peer's text as one line: every control character (line breaks above all) becomes a space,
+// so a name or a chat line cannot start lines of its own that pass for someone else's words
+// or for the program's own.
+QString OneLine(QString text);
+
 // The name of a message type for logs; `from_host` tells the two meanings of 19 and 21 apart.
 const char* MessageTypeName(std::uint8_t type, bool from_host);
 
