@@ -269,8 +269,7 @@ void ClientSide::SendCarState(const CarStateMsg& state) {
 }
 
 void ClientSide::SendTime(MessageType kind, float time) {
-    const TimeMsg msg{kind, m_roster.LocalSlot, time};
-    Send(Encode(msg), TimeMsg::Option);
+    SendToHost(TimeMsg{kind, m_roster.LocalSlot, time});
 }
 
 void ClientSide::SendFStart() {
@@ -286,10 +285,8 @@ void ClientSide::SendSync() {
 }
 
 void ClientSide::Send(const QByteArray& bytes, SendOption option) {
-    const quint32 timeout =
-        option == SendOption::U ? quint32(std::max<int>(m_settings.DataInterval, 0) + 100) : 0;
     TraceMessage(TraceDirection::Sent, m_client.HostPlayerId(), false, bytes);
-    m_client.Send(bytes, timeout, SendFlags(option));
+    m_client.Send(bytes, SendTimeoutMs(option, m_settings.DataInterval), SendFlags(option));
 }
 
 } // namespace tarvex

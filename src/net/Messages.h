@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -51,6 +52,12 @@ constexpr std::uint32_t SendFlags(SendOption option) {
         return 0xA8;
     }
     return 0x28;
+}
+
+// How long the transport may hold a message before dropping it: unguaranteed messages are
+// stale once the next one is due (DataInterval ms) plus some slack; the others never expire (0).
+constexpr std::uint32_t SendTimeoutMs(SendOption option, int data_interval) {
+    return option == SendOption::U ? std::uint32_t(std::max(data_interval, 0) + 100) : 0;
 }
 
 // Slots 0..11 are players; 12 is the overflow slot that also stands for "nobody" in chat lines

@@ -275,8 +275,7 @@ void ServerSide::StartRace() {
 }
 
 void ServerSide::SendTime(MessageType kind, float time) {
-    const TimeMsg msg{kind, 0, time};
-    Send(dpn::DPNID_ALL_PLAYERS_GROUP, Encode(msg), TimeMsg::Option);
+    SendToAll(TimeMsg{kind, 0, time});
 }
 
 void ServerSide::SendFStart() {
@@ -316,10 +315,8 @@ void ServerSide::Kick(int slot) {
 }
 
 void ServerSide::Send(dpn::PlayerId to, const QByteArray& bytes, SendOption option) {
-    const quint32 timeout =
-        option == SendOption::U ? quint32(std::max<int>(m_settings.DataInterval, 0) + 100) : 0;
     TraceMessage(TraceDirection::Sent, to, true, bytes);
-    m_server.SendTo(to, bytes, timeout, SendFlags(option));
+    m_server.SendTo(to, bytes, SendTimeoutMs(option, m_settings.DataInterval), SendFlags(option));
 }
 
 } // namespace tarvex

@@ -278,6 +278,25 @@ private slots:
         QCOMPARE(actual, flags);
     }
 
+    // Unguaranteed messages may wait until the next one is due and a little more; the others
+    // never expire.
+    void ExpiresOnlyUnguaranteedMessages_data() {
+        QTest::addColumn<int>("option");
+        QTest::addColumn<int>("data_interval");
+        QTest::addColumn<uint>("timeout");
+        QTest::newRow("U, default interval") << int(SendOption::U) << 150 << 250u;
+        QTest::newRow("U, fastest interval") << int(SendOption::U) << 0 << 100u;
+        QTest::newRow("U, nonsense interval") << int(SendOption::U) << -50 << 100u;
+        QTest::newRow("G") << int(SendOption::G) << 150 << 0u;
+        QTest::newRow("GH") << int(SendOption::GH) << 150 << 0u;
+    }
+    void ExpiresOnlyUnguaranteedMessages() {
+        QFETCH(int, option);
+        QFETCH(int, data_interval);
+        QFETCH(uint, timeout);
+        QCOMPARE(SendTimeoutMs(SendOption(option), data_interval), timeout);
+    }
+
     // Decoding the hand-written bytes and encoding the result gives them back, so every field
     // was read from its own place.
     void DecodesTheWireBytes_data() { AddRows(); }
