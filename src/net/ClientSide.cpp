@@ -173,9 +173,9 @@ void ClientSide::OnJoin(WireReader& r) {
     if (!msg) {
         return;
     }
-    // Our own join arrives too: it is where we learn our own player id.
-    const bool own = msg->slot == m_roster.LocalSlot;
-    m_roster.Occupy(msg->slot, msg->player_id, own ? m_my_name : msg->name);
+    // Our own join arrives too: it is where we learn our own player id, and the name the host
+    // seated us under, which everyone else shows.
+    m_roster.Occupy(msg->slot, msg->player_id, msg->name);
     m_roster.PlayerCount = msg->player_count;
     m_roster.MaxPlayerCount = msg->player_limit;
     emit SlotChanged(msg->slot);

@@ -185,6 +185,7 @@ private slots:
         QCOMPARE(host->roster[2].Name, seated);
         QCOMPARE(host->console.Text(), QStringLiteral("* Join: (Ann)\r\n") + joined);
         QVERIFY(SessionHarness::WaitFor([&] { return ann->roster[2].Name == seated; }));
+        QVERIFY(SessionHarness::WaitFor([&] { return eve->roster[2].Name == seated; }));
         QVERIFY(ConsoleEndsWith(ann.tarvex.get(), QStringLiteral("\r\n") + joined));
     }
 
