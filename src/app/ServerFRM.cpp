@@ -46,6 +46,7 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
             info.server_name = s.ServerName;
             info.host_name = s.PlayerName;
             info.passworded = !m_tarvex.SessionPassword.isEmpty();
+            info.start_given = m_tarvex.flags.StartGiven == 1;
             info.stage_id = m_tarvex.race.StageId;
             return info;
         },
