@@ -31,6 +31,8 @@ ClientFRM::ClientFRM(Tarvex& tarvex, QWidget* parent)
     m_lblStatus->setObjectName(QStringLiteral("lblStatus"));
     m_MainTXT->setObjectName(QStringLiteral("MainTXT"));
     m_MainTXT->setReadOnly(true);
+    // Names and session names come from other players: shown as typed, never as markup.
+    m_lblServerName->setTextFormat(Qt::PlainText);
 
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_lblServerName);

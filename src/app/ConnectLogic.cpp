@@ -157,17 +157,22 @@ std::optional<quint16> ConnectLogic::PortOf(const QString& text) {
     return static_cast<quint16>(port);
 }
 
+bool ConnectLogic::Validate(bool address_ok) {
+    if (!address_ok) {
+        m_view.lblStat = QStringLiteral("Invalid Address");
+    } else if (m_view.nicknameTXT.text.isEmpty()) {
+        m_view.lblStat = QStringLiteral("Invalid Name");
+    } else {
+        return true;
+    }
+    emit changed();
+    return false;
+}
+
 void ConnectLogic::HostStart() {
     View& v = m_view;
     const auto port = PortOf(v.PORTtxt.text);
-    if (!port) {
-        v.lblStat = QStringLiteral("Invalid Address");
-        emit changed();
-        return;
-    }
-    if (v.nicknameTXT.text.isEmpty()) {
-        v.lblStat = QStringLiteral("Invalid Name");
-        emit changed();
+    if (!Validate(port.has_value())) {
         return;
     }
     m_tarvex.MyName = v.nicknameTXT.text;
@@ -183,6 +188,8 @@ void ConnectLogic::HostStart() {
 
     // A failure has shown its message; the host window stays, without a session.
     m_tarvex.server().InitServer(v.txtSName.text, v.scrPlay, *port, m_tarvex.SessionPassword);
+    SetMode(Mode::Connected);
+    emit serverShown();
 
     Settings& s = m_tarvex.settings;
     s.HostAddress = v.IPtxt.text;
@@ -191,22 +198,13 @@ void ConnectLogic::HostStart() {
     s.MaxPlayers = QString::number(v.scrPlay);
     s.ServerName = v.txtSName.text;
     SaveSettings(m_tarvex);
-
-    SetMode(Mode::Connected);
     emit serverStarted();
 }
 
 void ConnectLogic::Join() {
     View& v = m_view;
     const auto port = PortOf(v.PORTtxt.text);
-    if (v.IPtxt.text.isEmpty() || !port) {
-        v.lblStat = QStringLiteral("Invalid Address");
-        emit changed();
-        return;
-    }
-    if (v.nicknameTXT.text.isEmpty()) {
-        v.lblStat = QStringLiteral("Invalid Name");
-        emit changed();
+    if (!Validate(!v.IPtxt.text.isEmpty() && port.has_value())) {
         return;
     }
     m_tarvex.IsHost = false;

@@ -80,7 +80,11 @@ signals:
     // Hosting is about to start: the host window must exist now, with `player_rows` rows, so
     // that it receives the session's first events.
     void serverPreparing(int player_rows);
-    // Hosting has started: show the host window, close this one, start the public listing.
+    // The session is open (or failed to open): the host window shows. The settings are saved
+    // after this, so a message about them appears over the host window.
+    void serverShown();
+    // Hosting has started: close this window, start the public listing, bring the host window
+    // to the front.
     void serverStarted();
     // A connect attempt is about to start: the client window that receives its events must
     // exist now (hidden until the welcome).
@@ -91,6 +95,9 @@ private:
     void EnableRetry();
     void HostStart();
     void Join();
+    // Shows why the fields cannot start anything ("Invalid Address" before "Invalid Name");
+    // true when they can.
+    bool Validate(bool address_ok);
     // A port text that is a number 1..65535, else nothing.
     static std::optional<quint16> PortOf(const QString& text);
 

@@ -81,7 +81,11 @@ QString ProfileFile::Value(const QString& section, const QString& key) const {
     return {};
 }
 
-void ProfileFile::SetValue(const QString& section, const QString& key, const QString& value) {
+void ProfileFile::SetValue(const QString& section, const QString& key, const QString& text) {
+    // A value is one line: a line break in a typed or command-line text would otherwise start
+    // entries, or whole sections, of its own.
+    QString value = text;
+    value.replace(u'\r', u' ').replace(u'\n', u' ');
     qsizetype first_header = -1;
     for (qsizetype i = 0; i < m_lines.size(); ++i) {
         if (!IsHeader(m_lines[i]) || !SameName(HeaderName(m_lines[i]), section)) {

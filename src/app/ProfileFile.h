@@ -20,7 +20,7 @@ public:
 
     // The value, or an empty text when the section or key is missing.
     QString Value(const QString& section, const QString& key) const;
-    void SetValue(const QString& section, const QString& key, const QString& value);
+    void SetValue(const QString& section, const QString& key, const QString& text);
 
     // Replaces the file in one step (a temporary file renamed over it), so a crash or a full
     // disk never leaves half a file. On failure `error` says why.

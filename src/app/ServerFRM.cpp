@@ -29,6 +29,8 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
     m_lblStatus->setObjectName(QStringLiteral("lblStatus"));
     m_MainTXT->setObjectName(QStringLiteral("MainTXT"));
     m_MainTXT->setReadOnly(true);
+    // The session name is shown as typed, never read as markup.
+    m_lblServerName->setTextFormat(Qt::PlainText);
 
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_lblServerName);
@@ -47,6 +49,7 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
             info.server_name = s.ServerName;
             info.host_name = s.PlayerName;
             info.passworded = !m_tarvex.SessionPassword.isEmpty();
+            info.start_given = m_tarvex.flags.StartGiven == 1;
             info.stage_id = m_tarvex.race.StageId;
             return info;
         },

@@ -31,8 +31,14 @@ std::optional<StartCommand> ParseStartCommand(const QString& line) {
 QString TakeStartCommand(QStringList& arguments) {
     for (qsizetype i = 1; i < arguments.size(); ++i) {
         const QString& argument = arguments[i];
-        if (argument.size() >= 2 && argument[0] == QLatin1Char('-') && !argument[1].isLetter() &&
-            argument[1] != QLatin1Char('-') && argument[1] != QLatin1Char('?')) {
+        if (argument.size() < 2 || argument[0] != QLatin1Char('-') ||
+            argument[1] == QLatin1Char('-')) {
+            continue;
+        }
+        // Any mode character may carry fields ("-x:host:2005:Bob:" fills the host fields
+        // without starting anything); only a colon-less "-h" or "-v" is an option.
+        const bool option_like = argument[1].isLetter() || argument[1] == QLatin1Char('?');
+        if (!option_like || argument.contains(QLatin1Char(':'))) {
             return arguments.takeAt(i);
         }
     }

@@ -21,8 +21,8 @@ struct StartCommand {
 std::optional<StartCommand> ParseStartCommand(const QString& line);
 
 // Takes the quick-start argument out of the program's arguments: the first one that starts
-// with a single "-" followed by a character that is not a letter (the options are words).
-// Empty when there is none.
+// with a single "-" and either holds a colon or goes on with a character that is not a letter
+// (a lone "-h" stays an option). Empty when there is none.
 QString TakeStartCommand(QStringList& arguments);
 
 } // namespace tarvex

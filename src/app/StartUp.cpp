@@ -15,6 +15,7 @@ StartUp::StartUp(Tarvex& tarvex, QObject* parent)
     , m_tarvex(tarvex)
     , m_logic(new ConnectLogic(tarvex, this)) {
     connect(m_logic, &ConnectLogic::serverPreparing, this, &StartUp::PrepareServer);
+    connect(m_logic, &ConnectLogic::serverShown, this, [this] { m_server->show(); });
     connect(m_logic, &ConnectLogic::serverStarted, this, &StartUp::ServerStarted);
     connect(m_logic, &ConnectLogic::clientPreparing, this, &StartUp::PrepareClient);
 }
@@ -59,7 +60,6 @@ void StartUp::PrepareServer(int player_rows) {
 }
 
 void StartUp::ServerStarted() {
-    m_server->show();
     if (m_connect) {
         m_connect->close();
     }

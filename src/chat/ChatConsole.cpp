@@ -1,6 +1,7 @@
 #include "chat/ChatConsole.h"
 
 #include "chat/GameMessageBox.h"
+#include "net/Messages.h"
 
 namespace tarvex {
 
@@ -9,13 +10,16 @@ ChatConsole::ChatConsole(const std::uint8_t& chat_seconds, QObject* parent)
     , m_chat_seconds(chat_seconds) {}
 
 void ChatConsole::DisplayMsg(const QString& text, const QString& name) {
+    // Whatever a player types stays on its own line: a line break in it could make the rest
+    // pass for another player's words or for a line of our own.
     if (text.left(4).compare(QLatin1String("/me "), Qt::CaseInsensitive) == 0) {
         // "/me waves" from Bob reads "* Bob waves": the space after /me stays as the separator.
-        const QString line = QStringLiteral("* ") + name + text.mid(3);
+        const QString line = QStringLiteral("* ") + name + OneLine(text.mid(3));
         Show(line, line);
         return;
     }
-    Show(u'<' + name + QStringLiteral("> ") + text, name + QStringLiteral("> ") + text);
+    const QString said = OneLine(text);
+    Show(u'<' + name + QStringLiteral("> ") + said, name + QStringLiteral("> ") + said);
 }
 
 void ChatConsole::DisplayText(const QString& text) {

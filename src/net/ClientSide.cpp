@@ -13,6 +13,16 @@ namespace {
 
 Q_LOGGING_CATEGORY(ClientLog, "tarvex.net.client")
 
+// A message from the host that does not decode is logged and dropped.
+template <class Msg>
+std::optional<Msg> Checked(std::optional<Msg> msg, MessageType type) {
+    if (!msg) {
+        qCWarning(ClientLog) << "the host sent a broken"
+                             << MessageTypeName(std::uint8_t(type), true) << "- dropped";
+    }
+    return msg;
+}
+
 } // namespace
 
 ClientSide::ClientSide(ClientSession& client, Roster& roster, SessionFlags& flags,
@@ -55,7 +65,8 @@ void ClientSide::Receive(dpn::PlayerId sender, const QByteArray& bytes) {
         OnGameStatus(r);
         break;
     case MessageType::GameData:
-        if (const std::optional<GameDataMsg> msg = GameDataMsg::decode(r)) {
+        if (const std::optional<GameDataMsg> msg =
+                Checked(GameDataMsg::decode(r), GameDataMsg::Type)) {
             emit GameDataReceived(*msg);
         }
         break;
@@ -66,7 +77,8 @@ void ClientSide::Receive(dpn::PlayerId sender, const QByteArray& bytes) {
         OnCarState(r);
         break;
     case MessageType::RaceState:
-        if (const std::optional<RaceStateMsg> msg = RaceStateMsg::decode(r)) {
+        if (const std::optional<RaceStateMsg> msg =
+                Checked(RaceStateMsg::decode(r), RaceStateMsg::Type)) {
             emit RaceStateReceived(msg->state);
         }
         break;
@@ -92,18 +104,19 @@ void ClientSide::Receive(dpn::PlayerId sender, const QByteArray& bytes) {
         OnSync(r);
         break;
     default:
+        qCWarning(ClientLog) << "the host sent unknown message type" << type;
         break;
     }
 }
 
 void ClientSide::OnChat(WireReader& r) {
-    if (const std::optional<ChatMsg> msg = ChatMsg::decode(r)) {
+    if (const std::optional<ChatMsg> msg = Checked(ChatMsg::decode(r), ChatMsg::Type)) {
         emit ChatLine(msg->text, m_roster[msg->slot].Name);
     }
 }
 
 void ClientSide::OnWelcome(WireReader& r) {
-    const std::optional<WelcomeMsg> msg = WelcomeMsg::decode(r);
+    const std::optional<WelcomeMsg> msg = Checked(WelcomeMsg::decode(r), WelcomeMsg::Type);
     if (!msg || m_welcomed) {
         if (m_welcomed) {
             qCWarning(ClientLog) << "a second welcome - ignored";
@@ -130,7 +143,7 @@ void ClientSide::OnWelcome(WireReader& r) {
 }
 
 void ClientSide::OnQuit(WireReader& r) {
-    const std::optional<QuitMsg> msg = QuitMsg::decode(r);
+    const std::optional<QuitMsg> msg = Checked(QuitMsg::decode(r), QuitMsg::Type);
     if (!msg) {
         return;
     }
@@ -156,13 +169,13 @@ void ClientSide::OnLagTable(WireReader& r) {
 }
 
 void ClientSide::OnJoin(WireReader& r) {
-    const std::optional<JoinMsg> msg = JoinMsg::decode(r);
+    const std::optional<JoinMsg> msg = Checked(JoinMsg::decode(r), JoinMsg::Type);
     if (!msg) {
         return;
     }
-    // Our own join arrives too: it is where we learn our own player id.
-    const bool own = msg->slot == m_roster.LocalSlot;
-    m_roster.Occupy(msg->slot, msg->player_id, own ? m_my_name : msg->name);
+    // Our own join arrives too: it is where we learn our own player id, and the name the host
+    // seated us under, which everyone else shows.
+    m_roster.Occupy(msg->slot, msg->player_id, msg->name);
     m_roster.PlayerCount = msg->player_count;
     m_roster.MaxPlayerCount = msg->player_limit;
     emit SlotChanged(msg->slot);
@@ -173,48 +186,51 @@ void ClientSide::OnJoin(WireReader& r) {
 }
 
 void ClientSide::OnGameStatus(WireReader& r) {
-    if (const std::optional<GameStatusMsg> msg = GameStatusMsg::decode(r)) {
+    if (const std::optional<GameStatusMsg> msg =
+            Checked(GameStatusMsg::decode(r), GameStatusMsg::Type)) {
         m_roster[msg->slot].Status = msg->status;
         emit StatusChanged(msg->slot);
     }
 }
 
 void ClientSide::OnCarChoice(WireReader& r) {
-    if (const std::optional<CarChoiceMsg> msg = CarChoiceMsg::decode(r)) {
+    if (const std::optional<CarChoiceMsg> msg =
+            Checked(CarChoiceMsg::decode(r), CarChoiceMsg::Type)) {
         m_roster.cars[msg->slot] = {msg->car, msg->transmission, msg->tyre};
         emit CarChoiceChanged(msg->slot);
     }
 }
 
 void ClientSide::OnCarState(WireReader& r) {
-    if (const std::optional<CarStateMsg> msg = CarStateMsg::decode(r, m_settings.Compression)) {
+    if (const std::optional<CarStateMsg> msg =
+            Checked(CarStateMsg::decode(r, m_settings.Compression), CarStateMsg::Type)) {
         m_roster[msg->slot].Distance = msg->distance;
         emit CarStateReceived(*msg);
     }
 }
 
 void ClientSide::OnProgress(WireReader& r) {
-    if (const std::optional<ProgressMsg> msg = ProgressMsg::decode(r)) {
+    if (const std::optional<ProgressMsg> msg = Checked(ProgressMsg::decode(r), ProgressMsg::Type)) {
         emit ProgressReceived(msg->slot, msg->progress);
     }
 }
 
 void ClientSide::OnTime(WireReader& r, MessageType kind) {
-    if (const std::optional<TimeMsg> msg = TimeMsg::decode(r, kind)) {
+    if (const std::optional<TimeMsg> msg = Checked(TimeMsg::decode(r, kind), kind)) {
         emit TimeReceived(*msg);
     }
 }
 
 void ClientSide::OnFalseStart(WireReader& r) {
     // Our own false start was recorded when we sent it.
-    const std::optional<FalseStartMsg> msg = FalseStartMsg::decode(r);
+    const std::optional<FalseStartMsg> msg = Checked(FalseStartMsg::decode(r), FalseStartMsg::Type);
     if (msg && msg->slot != m_roster.LocalSlot) {
         emit FalseStartReceived(msg->slot);
     }
 }
 
 void ClientSide::OnSync(WireReader& r) {
-    const std::optional<SyncReplyMsg> msg = SyncReplyMsg::decode(r);
+    const std::optional<SyncReplyMsg> msg = Checked(SyncReplyMsg::decode(r), SyncReplyMsg::Type);
     // The host expects an answer with no bytes at all, and ignores it.
     Send(QByteArray(), SendOption::G);
     if (msg) {
@@ -253,8 +269,7 @@ void ClientSide::SendCarState(const CarStateMsg& state) {
 }
 
 void ClientSide::SendTime(MessageType kind, float time) {
-    const TimeMsg msg{kind, m_roster.LocalSlot, time};
-    Send(Encode(msg), TimeMsg::Option);
+    SendToHost(TimeMsg{kind, m_roster.LocalSlot, time});
 }
 
 void ClientSide::SendFStart() {
@@ -270,10 +285,8 @@ void ClientSide::SendSync() {
 }
 
 void ClientSide::Send(const QByteArray& bytes, SendOption option) {
-    const quint32 timeout =
-        option == SendOption::U ? quint32(std::max<int>(m_settings.DataInterval, 0) + 100) : 0;
     TraceMessage(TraceDirection::Sent, m_client.HostPlayerId(), false, bytes);
-    m_client.Send(bytes, timeout, SendFlags(option));
+    m_client.Send(bytes, SendTimeoutMs(option, m_settings.DataInterval), SendFlags(option));
 }
 
 } // namespace tarvex

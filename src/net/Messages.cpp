@@ -41,6 +41,15 @@ float UnpackSingle3(WireReader& r) {
 
 } // namespace
 
+QString OneLine(QString text) {
+    for (QChar& c : text) {
+        if (c.category() == QChar::Other_Control) {
+            c = u' ';
+        }
+    }
+    return text;
+}
+
 const char* MessageTypeName(std::uint8_t type, bool from_host) {
     switch (MessageType(type)) {
     case MessageType::Chat:

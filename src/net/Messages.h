@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -53,11 +54,22 @@ constexpr std::uint32_t SendFlags(SendOption option) {
     return 0x28;
 }
 
+// How long the transport may hold a message before dropping it: unguaranteed messages are
+// stale once the next one is due (DataInterval ms) plus some slack; the others never expire (0).
+constexpr std::uint32_t SendTimeoutMs(SendOption option, int data_interval) {
+    return option == SendOption::U ? std::uint32_t(std::max(data_interval, 0) + 100) : 0;
+}
+
 // Slots 0..11 are players; 12 is the overflow slot that also stands for "nobody" in chat lines
 // the host makes up itself. Anything higher in a message is a broken or hostile peer.
 constexpr std::uint8_t MaxSlot = 12;
 constexpr int SlotCount = 13;
 constexpr int RowCount = 12;
+
+// A peer's text as one line: every control character (line breaks above all) becomes a space,
+// so a name or a chat line cannot start lines of its own that pass for someone else's words
+// or for the program's own.
+QString OneLine(QString text);
 
 // The name of a message type for logs; `from_host` tells the two meanings of 19 and 21 apart.
 const char* MessageTypeName(std::uint8_t type, bool from_host);

@@ -66,7 +66,7 @@ void ServerSide::CreatePlayer(dpn::PlayerId id) {
     }
 
     const int slot = m_roster.FreeSlot();
-    const QString name = m_server.GetClientInfo(id);
+    const QString name = OneLine(m_server.GetClientInfo(id));
     m_roster.Occupy(slot, std::int32_t(id), name);
     emit SlotChanged(slot);
 
@@ -137,14 +137,25 @@ void ServerSide::Receive(dpn::PlayerId sender_id, const QByteArray& bytes) {
         OnFalseStart(r, sender, bytes);
         break;
     case MessageType::Restart:
-        OnVote(r, sender);
+        OnVote(r, sender, bytes);
         break;
     case MessageType::Sync:
         OnSync(sender_id);
         break;
     default:
+        qCWarning(HostLog) << "slot" << sender << "sent unknown message type" << type;
         break;
     }
+}
+
+bool ServerSide::Readable(bool decoded, int sender, const QByteArray& bytes) const {
+    if (decoded) {
+        return true;
+    }
+    qCWarning(HostLog).noquote() << "slot" << sender << "sent a broken"
+                                 << MessageTypeName(std::uint8_t(bytes[0]), false) << "of"
+                                 << bytes.size() << "bytes - dropped";
+    return false;
 }
 
 bool ServerSide::Speaks(int sender, std::uint8_t slot, const char* what) const {
@@ -157,7 +168,7 @@ bool ServerSide::Speaks(int sender, std::uint8_t slot, const char* what) const {
 
 void ServerSide::OnChat(WireReader& r, int sender, const QByteArray& bytes) {
     const std::optional<ChatMsg> msg = ChatMsg::decode(r);
-    if (!msg || !Speaks(sender, msg->slot, "a chat line")) {
+    if (!Readable(msg.has_value(), sender, bytes) || !Speaks(sender, msg->slot, "a chat line")) {
         return;
     }
     emit ChatLine(msg->text, m_roster[msg->slot].Name);
@@ -166,7 +177,7 @@ void ServerSide::OnChat(WireReader& r, int sender, const QByteArray& bytes) {
 
 void ServerSide::OnGameStatus(WireReader& r, int sender, const QByteArray& bytes) {
     const std::optional<GameStatusMsg> msg = GameStatusMsg::decode(r);
-    if (!msg || !Speaks(sender, msg->slot, "a status")) {
+    if (!Readable(msg.has_value(), sender, bytes) || !Speaks(sender, msg->slot, "a status")) {
         return;
     }
     m_roster[msg->slot].Status = msg->status;
@@ -176,7 +187,7 @@ void ServerSide::OnGameStatus(WireReader& r, int sender, const QByteArray& bytes
 
 void ServerSide::OnCarChoice(WireReader& r, int sender, const QByteArray& bytes) {
     const std::optional<CarChoiceMsg> msg = CarChoiceMsg::decode(r);
-    if (!msg || !Speaks(sender, msg->slot, "a car choice")) {
+    if (!Readable(msg.has_value(), sender, bytes) || !Speaks(sender, msg->slot, "a car choice")) {
         return;
     }
     m_roster.cars[msg->slot] = {msg->car, msg->transmission, msg->tyre};
@@ -186,7 +197,7 @@ void ServerSide::OnCarChoice(WireReader& r, int sender, const QByteArray& bytes)
 
 void ServerSide::OnCarState(WireReader& r, int sender, const QByteArray& bytes) {
     const std::optional<CarStateMsg> msg = CarStateMsg::decode(r, m_settings.Compression);
-    if (!msg || !Speaks(sender, msg->slot, "a car state")) {
+    if (!Readable(msg.has_value(), sender, bytes) || !Speaks(sender, msg->slot, "a car state")) {
         return;
     }
     m_roster[msg->slot].Distance = msg->distance;
@@ -196,7 +207,7 @@ void ServerSide::OnCarState(WireReader& r, int sender, const QByteArray& bytes) 
 
 void ServerSide::OnTime(WireReader& r, MessageType kind, int sender, const QByteArray& bytes) {
     const std::optional<TimeMsg> msg = TimeMsg::decode(r, kind);
-    if (!msg || !Speaks(sender, msg->slot, "a time")) {
+    if (!Readable(msg.has_value(), sender, bytes) || !Speaks(sender, msg->slot, "a time")) {
         return;
     }
     emit TimeReceived(*msg);
@@ -205,16 +216,16 @@ void ServerSide::OnTime(WireReader& r, MessageType kind, int sender, const QByte
 
 void ServerSide::OnFalseStart(WireReader& r, int sender, const QByteArray& bytes) {
     const std::optional<FalseStartMsg> msg = FalseStartMsg::decode(r);
-    if (!msg || !Speaks(sender, msg->slot, "a false start")) {
+    if (!Readable(msg.has_value(), sender, bytes) || !Speaks(sender, msg->slot, "a false start")) {
         return;
     }
     emit FalseStartReceived(msg->slot);
     Send(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, FalseStartMsg::Option);
 }
 
-void ServerSide::OnVote(WireReader& r, int sender) {
+void ServerSide::OnVote(WireReader& r, int sender, const QByteArray& bytes) {
     const std::optional<VoteRestartMsg> msg = VoteRestartMsg::decode(r);
-    if (!msg || !Speaks(sender, msg->slot, "a restart vote")) {
+    if (!Readable(msg.has_value(), sender, bytes) || !Speaks(sender, msg->slot, "a restart vote")) {
         return;
     }
     emit VoteReceived(msg->slot);
@@ -264,8 +275,7 @@ void ServerSide::StartRace() {
 }
 
 void ServerSide::SendTime(MessageType kind, float time) {
-    const TimeMsg msg{kind, 0, time};
-    Send(dpn::DPNID_ALL_PLAYERS_GROUP, Encode(msg), TimeMsg::Option);
+    SendToAll(TimeMsg{kind, 0, time});
 }
 
 void ServerSide::SendFStart() {
@@ -305,10 +315,8 @@ void ServerSide::Kick(int slot) {
 }
 
 void ServerSide::Send(dpn::PlayerId to, const QByteArray& bytes, SendOption option) {
-    const quint32 timeout =
-        option == SendOption::U ? quint32(std::max<int>(m_settings.DataInterval, 0) + 100) : 0;
     TraceMessage(TraceDirection::Sent, to, true, bytes);
-    m_server.SendTo(to, bytes, timeout, SendFlags(option));
+    m_server.SendTo(to, bytes, SendTimeoutMs(option, m_settings.DataInterval), SendFlags(option));
 }
 
 } // namespace tarvex

@@ -73,9 +73,11 @@ private:
     void OnCarState(WireReader& r, int sender, const QByteArray& bytes);
     void OnTime(WireReader& r, MessageType kind, int sender, const QByteArray& bytes);
     void OnFalseStart(WireReader& r, int sender, const QByteArray& bytes);
-    void OnVote(WireReader& r, int sender);
+    void OnVote(WireReader& r, int sender, const QByteArray& bytes);
     void OnSync(dpn::PlayerId sender);
 
+    // A message that did not decode is logged and dropped.
+    bool Readable(bool decoded, int sender, const QByteArray& bytes) const;
     // A slot field must name the sender's own slot.
     bool Speaks(int sender, std::uint8_t slot, const char* what) const;
     void ForwardCarState(int from_slot, std::uint8_t progress, const QByteArray& bytes);

@@ -162,10 +162,38 @@ private slots:
                                              "\x01\x01\x0A\xFF",
                                              19));
 
+        // Console lines are shown as typed, markup included.
+        ServerFRM* server = app.start_up->ServerForm();
+        server->AddLine(QStringLiteral("<b>Bob</b>: hi"));
+        QCOMPARE(server->findChild<QTextEdit*>(QStringLiteral("MainTXT"))->toPlainText(),
+                 QStringLiteral("<b>Bob</b>: hi"));
+
         // Closing the host window ends the session and the program.
         app.start_up->ServerForm()->close();
         QCOMPARE(app.ends, 1);
         QVERIFY(!app.tarvex->server().IsHosting());
+    }
+
+    // The settings are saved after the hand-over to the host window, so a message about them
+    // shows over that window with the dialog already marked as done.
+    void settingsMessageComesAfterTheHandOver() {
+        App app("PORT=" + QByteArray::number(FreeUdpPort()) + "\n");
+        QVERIFY(app.start_up->Start(QString()));
+        app.Click("ServerCMD");
+        app.Type("txtSName", QString(256, u'n'));
+        QString caption_then;
+        bool server_shown_then = false;
+        app.fake.dialogs->on_message = [&](const FakeDialogs::Message&) {
+            caption_then = app.Logic().Caption();
+            server_shown_then = app.start_up->ServerForm()->isVisible();
+        };
+        app.Click("ConnectCMD");
+        QCOMPARE(app.fake.dialogs->messages.size(), 1);
+        QVERIFY(app.fake.dialogs->messages[0].text.startsWith(QStringLiteral("Can't write")));
+        QCOMPARE(caption_then, QStringLiteral("Connected"));
+        QVERIFY(server_shown_then);
+        QVERIFY(app.tarvex->server().IsHosting());
+        app.start_up->ServerForm()->close();
     }
 
     void hostStartFailureKeepsTheWindow() {

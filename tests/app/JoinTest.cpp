@@ -159,6 +159,28 @@ private slots:
         QCOMPARE(app.ends, 1);
     }
 
+    // What other players name things is shown as typed, never read as markup.
+    void namesFromTheHostAreShownAsTyped() {
+        HostSession host(nullptr);
+        const quint16 port = FreeUdpPort();
+        QVERIFY(host.InitServer(QStringLiteral("<b>Dune</b> Cup"), 12, port, QString()));
+        App app(ClientKeys(port));
+        QVERIFY(app.start_up->Start(QStringLiteral("-2")));
+        QTRY_VERIFY(app.tarvex->client().IsConnected());
+        ClientFRM* client = app.start_up->ClientForm();
+        client->WelcomeReceived();
+        auto* label = client->findChild<QLabel*>(QStringLiteral("lblServerName"));
+        QCOMPARE(label->text(), QStringLiteral("Server Name: <b>Dune</b> Cup"));
+        QCOMPARE(label->textFormat(), Qt::PlainText);
+
+        auto* console = client->findChild<QTextEdit*>(QStringLiteral("MainTXT"));
+        client->AddLine(QStringLiteral("<i>Bob</i>: hi"));
+        client->AddLine(QStringLiteral("* Join: (<table><tr><td>x)"));
+        QCOMPARE(console->toPlainText(),
+                 QStringLiteral("<i>Bob</i>: hi\n* Join: (<table><tr><td>x)"));
+        client->close();
+    }
+
     void quickStartCommands() {
         // "-3" only prepares the host role.
         App prepare("PORT=2999\n");

@@ -106,6 +106,17 @@ private slots:
         QCOMPARE(again.Value("game", "car"), QStringLiteral("3"));
     }
 
+    void valueStaysOnItsLine() {
+        test::TempFolder folder;
+        ProfileFile file(folder.File("p.ini"));
+        file.SetValue("GAME", "CAR", "3");
+        file.SetValue("MAIN", "NAME", "Ann\r\n[GAME]\nCAR=9");
+        QVERIFY(file.Save(nullptr));
+        QCOMPARE(folder.Read("p.ini"),
+                 QByteArray("[GAME]\nCAR=3\n\n[MAIN]\nNAME=Ann  [GAME] CAR=9\n"));
+        QCOMPARE(ProfileFile(folder.File("p.ini")).Value("GAME", "CAR"), QStringLiteral("3"));
+    }
+
     void savingIntoAFolderThatCannotBeMade() {
         test::TempFolder folder;
         folder.Write("blocker", "a file where a folder should be");

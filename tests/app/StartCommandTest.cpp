@@ -1,6 +1,7 @@
 #include "app/StartCommand.h"
 
 #include "TestRegistry.h"
+#include "app/ProgramOptions.h"
 
 #include <QTest>
 
@@ -54,6 +55,10 @@ private slots:
         QTest::newRow("alone") << QStringList{"tarvex", "-1"} << "-1" << QStringList{"tarvex"};
         QTest::newRow("options only") << QStringList{"tarvex", "-h", "--version"} << ""
                                       << QStringList{"tarvex", "-h", "--version"};
+        QTest::newRow("letter mode with fields")
+            << QStringList{"tarvex", "-x:h:1:Zed:"} << "-x:h:1:Zed:" << QStringList{"tarvex"};
+        QTest::newRow("lone letter is an option")
+            << QStringList{"tarvex", "-v", "-3"} << "-3" << QStringList{"tarvex", "-v"};
         QTest::newRow("program name is never taken")
             << QStringList{"-3"} << "" << QStringList{"-3"};
     }
@@ -63,6 +68,38 @@ private slots:
         QFETCH(QStringList, rest);
         QCOMPARE(TakeStartCommand(arguments), taken);
         QCOMPARE(arguments, rest);
+    }
+    // The option parser must never see the quick-start argument: bundled one-letter options
+    // would turn "-2:host:2005:Dave:" into a request for help and the version.
+    void optionsLeaveTheQuickStartAlone_data() {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("start");
+        QTest::addColumn<bool>("help");
+        QTest::addColumn<bool>("version");
+        QTest::addColumn<QString>("config");
+        QTest::newRow("join with h and v in it")
+            << QStringList{"tarvex", "-2:host.lan:2005:Dave:"} << "-2:host.lan:2005:Dave:" << false
+            << false << "";
+        QTest::newRow("host with a config")
+            << QStringList{"tarvex", "--config", "/c", "-1::2006:Hvv:pw"} << "-1::2006:Hvv:pw"
+            << false << false << "/c";
+        QTest::newRow("help") << QStringList{"tarvex", "-h"} << "" << true << false << "";
+        QTest::newRow("version and a start")
+            << QStringList{"tarvex", "--version", "-3"} << "-3" << false << true << "";
+    }
+    void optionsLeaveTheQuickStartAlone() {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, start);
+        QFETCH(bool, help);
+        QFETCH(bool, version);
+        QFETCH(QString, config);
+        ProgramOptions options;
+        options.Parse(arguments);
+        QCOMPARE(options.StartCommand(), start);
+        QCOMPARE(options.WantsHelp(), help);
+        QCOMPARE(options.WantsVersion(), version);
+        QCOMPARE(options.ConfigFolder(), config);
+        QVERIFY(!options.WantsPrintSettings());
     }
 };
 

@@ -48,6 +48,16 @@ private slots:
         QTest::newRow("/me without anything") << "/me"
                                               << "<Bob> /me"
                                               << "Bob> /me";
+        // What a player types cannot start a line of its own that passes for someone else's.
+        QTest::newRow("line breaks") << "hi\r\n<Ann> I quit\n"
+                                     << "<Bob> hi  <Ann> I quit "
+                                     << "Bob> hi  <Ann> I quit ";
+        QTest::newRow("/me with a line break") << "/me waves\r* Join: (Cy)\t"
+                                               << "* Bob waves * Join: (Cy) "
+                                               << "* Bob waves * Join: (Cy) ";
+        QTest::newRow("/me after a line break") << "/me\nwaves"
+                                                << "<Bob> /me waves"
+                                                << "Bob> /me waves";
         QTest::newRow("empty") << ""
                                << "<Bob> "
                                << "Bob> ";

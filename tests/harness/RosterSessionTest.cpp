@@ -104,7 +104,11 @@ private slots:
               "slot 3 sent a status for slot 1 - dropped",
               "slot 3 sent a car choice for slot 2 - dropped",
               "slot 3 sent host-only message type 3", "slot 3 sent host-only message type 6",
-              "slot 3 sent host-only message type 13"}) {
+              "slot 3 sent host-only message type 13",
+              "slot 3 sent a broken SendGameStatus of 3 bytes - dropped",
+              "slot 3 sent a broken SendMsg of 5 bytes - dropped",
+              "slot 3 sent a broken SendCarState of 12 bytes - dropped",
+              "slot 3 sent unknown message type 4"}) {
             QTest::ignoreMessage(QtWarningMsg, warning);
         }
         cy->client().Send(Encode(ChatMsg{1, QStringLiteral("I am Ann")}), 0, 0x28);
@@ -114,6 +118,10 @@ private slots:
         cy->client().Send(Encode(JoinMsg{4, 5, 8, 77, QStringLiteral("ghost")}), 0, 0x28);
         cy->client().Send(Encode(GameStatusMsg{13, 1}), 0, 0x28);
         cy->client().Send(Encode(StartRaceMsg{}), 0, 0x28);
+        // A text longer than the message, a car state cut short, a type nobody knows.
+        cy->client().Send(QByteArray::fromHex("0103050068"), 0, 0x28);
+        cy->client().Send(Encode(CarStateMsg{.slot = 3}).left(12), 0, 0x28);
+        cy->client().Send(QByteArray::fromHex("04030201"), 0, 0x28);
         cy->client_side().SendMsg(QStringLiteral("marker"));
         for (Tarvex* player :
              {host.tarvex.get(), ann.tarvex.get(), bob.tarvex.get(), cy.tarvex.get()}) {
@@ -160,6 +168,25 @@ private slots:
                 return true;
             }));
         }
+    }
+
+    // A nickname is the joiner's own choice, line breaks and all; the host seats it as one
+    // line, so no console, row or board shows a line the joiner made up.
+    void SeatsEveryNameOnOneLine() {
+        SessionHarness session;
+        QVERIFY(session.StartHost(QStringLiteral("Hostess"), 3));
+        Player& host = session.Host();
+        Player& ann = session.Join(QStringLiteral("Ann"));
+        Player& eve = session.Join(QStringLiteral("Eve)\r\n* Quit: (Ann"));
+        QVERIFY(eve->client_side().Welcomed());
+
+        const QString seated = QStringLiteral("Eve)  * Quit: (Ann");
+        const QString joined = QStringLiteral("* Join: (") + seated + u')';
+        QCOMPARE(host->roster[2].Name, seated);
+        QCOMPARE(host->console.Text(), QStringLiteral("* Join: (Ann)\r\n") + joined);
+        QVERIFY(SessionHarness::WaitFor([&] { return ann->roster[2].Name == seated; }));
+        QVERIFY(SessionHarness::WaitFor([&] { return eve->roster[2].Name == seated; }));
+        QVERIFY(ConsoleEndsWith(ann.tarvex.get(), QStringLiteral("\r\n") + joined));
     }
 
     // Car states go to the players on the stage, never back to their sender; everyone else

@@ -11,7 +11,8 @@ Q_DECLARE_LOGGING_CATEGORY(lcTransport)
 namespace tarvex {
 
 namespace {
-constexpr int ChannelCount = 3;
+// What a host may send on its other lanes before its accept has arrived on the reliable one.
+constexpr size_t MaximumEarlyPackets = 64;
 } // namespace
 
 ClientSession::ClientSession(std::shared_ptr<Dialogs> dialogs, QObject* parent)
@@ -23,29 +24,21 @@ ClientSession::~ClientSession() {
     CloseClient();
 }
 
-void ClientSession::Fail(const QString& title, dpn::ResultCode code, const QString& description) {
-    const QString text =
-        QStringLiteral("Error 0x") + dpn::HexCode(code) + QStringLiteral(": ") + description;
-    qCWarning(lcTransport).noquote() << title << text;
-    if (m_dialogs) {
-        m_dialogs->MessageBox(title, text, Dialogs::Icon::Critical);
-    }
-}
-
 bool ClientSession::DirectPlayInit(quint16 port) {
     Q_UNUSED(port); // the host's port is given with the address when connecting
     Detach(0);
     m_state = State::Idle;
     m_peer = nullptr;
     if (!EnsureEnetInitialised()) {
-        Fail(QStringLiteral("DirectPlayInit"), dpn::DPNERR_GENERIC,
-             QStringLiteral("The network layer could not start."));
+        ReportStartFailure(m_dialogs.get(), QStringLiteral("DirectPlayInit"), dpn::DPNERR_GENERIC,
+                           QStringLiteral("The network layer could not start."));
         return false;
     }
     EnetHostPtr host(enet_host_create(nullptr, 1, ChannelCount, 0, 0));
     if (!host) {
-        Fail(QStringLiteral("DirectPlayInit"), dpn::DPNERR_OUTOFMEMORY,
-             QStringLiteral("No network endpoint could be created."));
+        ReportStartFailure(m_dialogs.get(), QStringLiteral("DirectPlayInit"),
+                           dpn::DPNERR_OUTOFMEMORY,
+                           QStringLiteral("No network endpoint could be created."));
         return false;
     }
     Attach(std::move(host));
@@ -61,14 +54,16 @@ bool ClientSession::Connect(const QString& address, quint16 port, const QString&
     target.port = port;
     if (address.trimmed().isEmpty() ||
         enet_address_set_host(&target, address.toUtf8().constData()) != 0) {
-        Fail(QStringLiteral("mdlDirectPlayConnect"), dpn::DPNERR_ADDRESSING,
-             QStringLiteral("The address \"%1\" could not be found.").arg(address));
+        ReportStartFailure(m_dialogs.get(), QStringLiteral("mdlDirectPlayConnect"),
+                           dpn::DPNERR_ADDRESSING,
+                           QStringLiteral("The address \"%1\" could not be found.").arg(address));
         return false;
     }
     m_peer = enet_host_connect(Host(), &target, ChannelCount, 0);
     if (m_peer == nullptr) {
-        Fail(QStringLiteral("mdlDirectPlayConnect"), dpn::DPNERR_GENERIC,
-             QStringLiteral("The connection could not be started."));
+        ReportStartFailure(m_dialogs.get(), QStringLiteral("mdlDirectPlayConnect"),
+                           dpn::DPNERR_GENERIC,
+                           QStringLiteral("The connection could not be started."));
         return false;
     }
     // ENet would give up on a silent host after about 15 s; the attempt's own deadline (Tick)
@@ -79,6 +74,7 @@ bool ClientSession::Connect(const QString& address, quint16 port, const QString&
     m_password = password;
     m_application_guid = application_guid;
     m_session_name.clear();
+    m_early.clear();
     m_player_id = 0;
     m_host_player_id = 0;
     m_player_limit = 0;
@@ -93,9 +89,7 @@ void ClientSession::Send(const QByteArray& bytes, quint32 timeout_ms, quint32 fl
     if (m_state != State::Admitted) {
         return;
     }
-    const bool reliable = (flags & dpn::DPNSEND_GUARANTEED) != 0;
-    const quint8 channel = !reliable ? 2 : (flags & dpn::DPNSEND_PRIORITY_HIGH) ? 1 : 0;
-    SendPacket(m_peer, bytes, channel, reliable);
+    SendMessage(m_peer, bytes, flags);
     Flush();
 }
 
@@ -104,6 +98,7 @@ void ClientSession::CloseClient() {
     Detach(0);
     m_peer = nullptr;
     m_state = State::Idle;
+    m_early.clear();
     if (was_open && !m_closing) {
         m_closing = true;
         emit Closed();
@@ -124,8 +119,14 @@ void ClientSession::Handle(const EnetEvent& event) {
         ConfigurePeer(m_peer, Timeouts().silence_ms);
         break;
     case ENET_EVENT_TYPE_RECEIVE:
-        if (m_state == State::Connecting) {
+        if (m_state == State::Connecting && event.channel == ReliableChannel) {
             OnHandshake(event.bytes);
+        } else if (m_state == State::Connecting) {
+            // The host admitted this player and has already sent on another lane, which
+            // overtook the accept: keep it for the session that is about to start.
+            if (m_early.size() < MaximumEarlyPackets) {
+                m_early.push_back(event.bytes);
+            }
         } else if (m_state == State::Admitted) {
             emit Receive(m_host_player_id, event.bytes);
         }
@@ -164,7 +165,7 @@ void ClientSession::OnHandshake(const QByteArray& bytes) {
         hello.application_guid = m_application_guid;
         hello.nickname = m_name;
         hello.proof = handshake::PasswordProof(*nonce, m_password);
-        SendPacket(m_peer, handshake::BuildHello(hello), 0, true);
+        SendPacket(m_peer, handshake::BuildHello(hello), ReliableChannel, true);
         Flush();
         return;
     }
@@ -175,6 +176,14 @@ void ClientSession::OnHandshake(const QByteArray& bytes) {
         m_player_limit = accept->player_limit;
         m_state = State::Admitted;
         emit ConnectComplete(dpn::DPN_OK);
+        std::vector<QByteArray> early;
+        early.swap(m_early);
+        for (const QByteArray& bytes : early) {
+            if (m_state != State::Admitted) {
+                break;
+            }
+            emit Receive(m_host_player_id, bytes);
+        }
         return;
     }
     // Whatever answered is not a Tarvex host of any version this client understands.

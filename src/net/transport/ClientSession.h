@@ -6,6 +6,7 @@
 #include <QElapsedTimer>
 #include <QString>
 #include <memory>
+#include <vector>
 
 namespace tarvex {
 
@@ -63,7 +64,6 @@ protected:
 private:
     enum class State { Idle, Connecting, Admitted, Ended };
 
-    void Fail(const QString& title, dpn::ResultCode code, const QString& description);
     void OnHandshake(const QByteArray& bytes);
     void EndAttempt(dpn::ResultCode code);
 
@@ -77,6 +77,8 @@ private:
     dpn::PlayerId m_player_id = 0;
     dpn::PlayerId m_host_player_id = 0;
     int m_player_limit = 0;
+    // Messages on the other lanes that arrived before the accept.
+    std::vector<QByteArray> m_early;
     QElapsedTimer m_attempt_clock;
     bool m_closing = false;
 };

@@ -1,5 +1,7 @@
 #include "net/transport/EnetPump.h"
 
+#include "platform/Dialogs.h"
+
 #include <QDeadlineTimer>
 #include <QLoggingCategory>
 #include <QPointer>
@@ -17,6 +19,9 @@ namespace {
 // the socket notifier, not this timer, carries the received traffic.
 constexpr int RetransmitIntervalMs = 20;
 constexpr size_t MaximumMessageBytes = 256 * 1024;
+// A peer that floods the socket must not keep timers and input waiting: after this many events
+// the rest is served on the event loop's next turn.
+constexpr int MaximumEventsPerService = 256;
 } // namespace
 
 bool EnsureEnetInitialised() {
@@ -24,6 +29,16 @@ bool EnsureEnetInitialised() {
     static bool ok = false;
     std::call_once(once, [] { ok = enet_initialize() == 0; });
     return ok;
+}
+
+void ReportStartFailure(Dialogs* dialogs, const QString& title, dpn::ResultCode code,
+                        const QString& description) {
+    const QString text =
+        QStringLiteral("Error 0x") + dpn::HexCode(code) + QStringLiteral(": ") + description;
+    qCWarning(lcTransport).noquote() << title << text;
+    if (dialogs) {
+        dialogs->MessageBox(title, text, Dialogs::Icon::Critical);
+    }
 }
 
 EnetPump::EnetPump(QObject* parent)
@@ -49,6 +64,9 @@ void EnetPump::Attach(EnetHostPtr host) {
     // Session messages are small (the largest, a welcome to a full session, is a few
     // kilobytes); a peer that announces megabytes is not one of ours and gets nothing buffered.
     m_host->maximumPacketSize = MaximumMessageBytes;
+    // ENet lets each peer park 32 MB of fragments and out-of-order packets; a host with a few
+    // dozen joiners would give a hostile one a gigabyte to fill. A few messages' worth is plenty.
+    m_host->maximumWaitingData = 4 * MaximumMessageBytes;
     m_queue.clear();
     m_notifier = new QSocketNotifier(m_host->socket, QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, [this] { Service(); });
@@ -112,6 +130,14 @@ bool EnetPump::SendPacket(ENetPeer* peer, const QByteArray& bytes, quint8 channe
     return true;
 }
 
+bool EnetPump::SendMessage(ENetPeer* peer, const QByteArray& bytes, quint32 flags) {
+    const bool reliable = (flags & dpn::DPNSEND_GUARANTEED) != 0;
+    const quint8 channel = !reliable                                   ? UnreliableChannel
+                           : (flags & dpn::DPNSEND_PRIORITY_HIGH) != 0 ? UrgentChannel
+                                                                       : ReliableChannel;
+    return SendPacket(peer, bytes, channel, reliable);
+}
+
 void EnetPump::Flush() {
     if (m_host) {
         enet_host_flush(m_host.get());
@@ -136,10 +162,14 @@ void EnetPump::Service() {
     }
     ENetEvent event;
     int got = 0;
-    while (m_host && (got = enet_host_service(m_host.get(), &event, 0)) > 0) {
+    int events = 0;
+    while (m_host && events < MaximumEventsPerService &&
+           (got = enet_host_service(m_host.get(), &event, 0)) > 0) {
+        ++events;
         EnetEvent copy;
         copy.type = event.type;
         copy.peer = event.peer;
+        copy.connect_id = event.peer ? event.peer->connectID : 0;
         copy.channel = event.channelID;
         copy.data = event.data;
         if (event.type == ENET_EVENT_TYPE_RECEIVE) {
@@ -151,6 +181,17 @@ void EnetPump::Service() {
     }
     if (got < 0) {
         qCWarning(lcTransport) << "ENet service failed";
+    }
+    // ENet may hold the rest already, so the socket notifier would not call again.
+    if (events == MaximumEventsPerService && !m_service_queued) {
+        m_service_queued = true;
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                m_service_queued = false;
+                Service();
+            },
+            Qt::QueuedConnection);
     }
     Dispatch();
 }

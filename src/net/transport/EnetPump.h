@@ -1,5 +1,7 @@
 #pragma once
 
+#include "net/transport/ResultCodes.h"
+
 #include <QByteArray>
 #include <QObject>
 #include <deque>
@@ -10,6 +12,8 @@ class QSocketNotifier;
 class QTimer;
 
 namespace tarvex {
+
+class Dialogs;
 
 struct EnetHostDeleter {
     void operator()(ENetHost* host) const { enet_host_destroy(host); }
@@ -30,11 +34,18 @@ struct TransportTimeouts {
     quint32 close_linger_ms = 300;
 };
 
+// The session's three lanes. Handshake packets travel on the reliable one.
+enum EnetChannel : quint8 { ReliableChannel = 0, UrgentChannel = 1, UnreliableChannel = 2 };
+inline constexpr int ChannelCount = 3;
+
 // One ENet event copied out of ENet, so that the packet can be destroyed at once and the
 // event handled later, in order, on the event loop's thread.
 struct EnetEvent {
     ENetEventType type = ENET_EVENT_TYPE_NONE;
     ENetPeer* peer = nullptr;
+    // ENet reuses a peer slot for the next connection as soon as one ends; this tells the
+    // connections of one slot apart (0 once the slot is free).
+    quint32 connect_id = 0;
     quint8 channel = 0;
     quint32 data = 0;
     QByteArray bytes;
@@ -63,8 +74,10 @@ protected:
     void Detach(quint32 reason);
     ENetHost* Host() const { return m_host.get(); }
 
-    // Sends on one peer and flushes at once, so a message never waits for the next tick.
+    // Queues a packet on one peer; the caller flushes once its sends are done.
     bool SendPacket(ENetPeer* peer, const QByteArray& bytes, quint8 channel, bool reliable);
+    // Sends a session message with the caller's send flags (see dpn::SendReliable and kin).
+    bool SendMessage(ENetPeer* peer, const QByteArray& bytes, quint32 flags);
     void Flush();
     // Makes ENet keep every unreliable packet on a clean link: its default throttle falls on
     // the first jitter and then discards car states at random.
@@ -87,10 +100,17 @@ private:
     QTimer* m_retransmit_timer = nullptr;
     std::deque<EnetEvent> m_queue;
     bool m_dispatching = false;
+    bool m_service_queued = false;
     TransportTimeouts m_timeouts;
 };
 
 // ENet needs a one-time start per process; every session calls this before creating a host.
 bool EnsureEnetInitialised();
+
+// A session that could not start says so in the critical box "Error 0x<code>: <description>"
+// titled with the operation that failed (and in the log, which is all there is without
+// `dialogs`).
+void ReportStartFailure(Dialogs* dialogs, const QString& title, dpn::ResultCode code,
+                        const QString& description);
 
 } // namespace tarvex

@@ -15,8 +15,9 @@
 //
 // A refusal is no packet of its own: the host disconnects with the result code as the
 // disconnect data. The proof is HMAC-SHA256 of the nonce keyed by the password, so the password
-// never leaves the client. All numbers little-endian, texts as buffer strings. Every packet
-// travels on the reliable channel before any session message does, so the two never mix.
+// never leaves the client. All numbers little-endian, texts as buffer strings. Handshake packets
+// travel on the reliable lane, ahead of every session message there; messages on the other
+// lanes may overtake the accept, so the client holds them until it has been admitted.
 namespace tarvex::handshake {
 
 inline constexpr int NonceBytes = 16;

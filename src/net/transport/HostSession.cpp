@@ -12,7 +12,6 @@ namespace tarvex {
 
 namespace {
 
-constexpr int ChannelCount = 3;
 // Room for a full session plus joiners that are still to be refused: a client that finds no
 // free peer slot gets no answer at all, and it should hear "Session Full" instead.
 constexpr size_t PeerSlots = 32;
@@ -31,12 +30,7 @@ HostSession::~HostSession() {
 bool HostSession::InitServer(const QString& session_name, int player_limit, quint16 port,
                              const QString& password) {
     auto fail = [this](dpn::ResultCode code, const QString& description) {
-        const QString text =
-            QStringLiteral("Error 0x") + dpn::HexCode(code) + QStringLiteral(": ") + description;
-        qCWarning(lcTransport).noquote() << "InitServer:" << text;
-        if (m_dialogs) {
-            m_dialogs->MessageBox(QStringLiteral("InitServer"), text, Dialogs::Icon::Critical);
-        }
+        ReportStartFailure(m_dialogs.get(), QStringLiteral("InitServer"), code, description);
         return false;
     };
 
@@ -78,21 +72,22 @@ void HostSession::SendTo(dpn::PlayerId to, const QByteArray& bytes, quint32 time
     if (!IsHosting()) {
         return;
     }
-    const bool reliable = (flags & dpn::DPNSEND_GUARANTEED) != 0;
-    const quint8 channel = !reliable ? 2 : (flags & dpn::DPNSEND_PRIORITY_HIGH) ? 1 : 0;
     if (to == dpn::DPNID_ALL_PLAYERS_GROUP) {
-        for (const auto& [id, peer] : m_players) {
-            SendPacket(peer, bytes, channel, reliable);
+        for (const auto& [id, unused] : m_players) {
+            if (ENetPeer* peer = PeerOf(id)) {
+                SendMessage(peer, bytes, flags);
+            }
         }
     } else if (ENetPeer* peer = PeerOf(to)) {
-        SendPacket(peer, bytes, channel, reliable);
+        SendMessage(peer, bytes, flags);
     }
     Flush();
 }
 
 QString HostSession::GetClientInfo(dpn::PlayerId id) const {
-    ENetPeer* peer = PeerOf(id);
-    return peer ? m_peers.at(peer).name : QString();
+    // Still known while its DestroyPlayer is pending, so the quit can be told by name.
+    auto found = m_players.find(id);
+    return found == m_players.end() ? QString() : m_peers.at(found->second).name;
 }
 
 std::optional<quint32> HostSession::GetConnectionInfo(dpn::PlayerId id) const {
@@ -136,7 +131,7 @@ void HostSession::Handle(const EnetEvent& event) {
         emit CreatePlayer(event.data);
         break;
     case ENET_EVENT_TYPE_CONNECT:
-        OnConnect(event.peer);
+        OnConnect(event.peer, event.connect_id);
         break;
     case ENET_EVENT_TYPE_DISCONNECT:
         OnDisconnect(event.peer);
@@ -160,7 +155,7 @@ void HostSession::Tick() {
     // Joiners that connect and then say nothing would hold a peer slot for ever.
     const qint64 now = m_clock.elapsed();
     for (auto& [peer, state] : m_peers) {
-        if (state.id == 0 && peer->state == ENET_PEER_STATE_CONNECTED &&
+        if (state.id == 0 && IsSameConnection(peer, state) &&
             now - state.connected_at_ms >= qint64(Timeouts().handshake_ms)) {
             qCInfo(lcTransport) << "dropping a joiner whose handshake did not arrive";
             enet_peer_disconnect(peer, dpn::DPNERR_NORESPONSE);
@@ -169,19 +164,20 @@ void HostSession::Tick() {
     Flush();
 }
 
-void HostSession::OnConnect(ENetPeer* peer) {
+void HostSession::OnConnect(ENetPeer* peer, quint32 connect_id) {
     ConfigurePeer(peer, Timeouts().silence_ms);
     Peer state;
+    state.connect_id = connect_id;
     state.nonce = handshake::NewNonce();
     state.connected_at_ms = m_clock.elapsed();
     const QByteArray challenge = handshake::BuildChallenge(state.nonce);
     m_peers[peer] = std::move(state);
-    SendPacket(peer, challenge, 0, true);
+    SendPacket(peer, challenge, ReliableChannel, true);
     Flush();
 }
 
 void HostSession::OnHandshake(ENetPeer* peer, Peer& state, const QByteArray& bytes) {
-    if (peer->state != ENET_PEER_STATE_CONNECTED) {
+    if (!IsSameConnection(peer, state)) {
         return;
     }
     const auto hello = handshake::ParseHello(bytes);
@@ -207,7 +203,7 @@ void HostSession::OnHandshake(ENetPeer* peer, Peer& state, const QByteArray& byt
     accept.session_name = m_session_name;
     accept.player_limit = static_cast<quint8>(m_player_limit);
     // The accept goes out before anything the CreatePlayer handler sends on the same channel.
-    SendPacket(peer, handshake::BuildAccept(accept), 0, true);
+    SendPacket(peer, handshake::BuildAccept(accept), ReliableChannel, true);
     Flush();
     emit CreatePlayer(state.id);
 }
@@ -241,7 +237,14 @@ dpn::PlayerId HostSession::NewPlayerId() {
 
 ENetPeer* HostSession::PeerOf(dpn::PlayerId id) const {
     auto found = m_players.find(id);
-    return found == m_players.end() ? nullptr : found->second;
+    if (found == m_players.end() || !IsSameConnection(found->second, m_peers.at(found->second))) {
+        return nullptr;
+    }
+    return found->second;
+}
+
+bool HostSession::IsSameConnection(const ENetPeer* peer, const Peer& state) {
+    return peer->state == ENET_PEER_STATE_CONNECTED && peer->connectID == state.connect_id;
 }
 
 } // namespace tarvex

@@ -43,10 +43,10 @@ public:
     // never retry.
     void SendTo(dpn::PlayerId to, const QByteArray& bytes, quint32 timeout_ms, quint32 flags);
 
-    // The nickname the player joined with; empty for an unknown id.
+    // The nickname the player joined with, until its DestroyPlayer; empty for an unknown id.
     QString GetClientInfo(dpn::PlayerId id) const;
-    // Round-trip time to the player in whole milliseconds; nothing for the host's own player
-    // or an unknown id.
+    // Round-trip time to the player in whole milliseconds; nothing for the host's own player,
+    // an unknown id or a player whose connection has already ended.
     std::optional<quint32> GetConnectionInfo(dpn::PlayerId id) const;
     // Removes a client; its DestroyPlayer follows once it has gone. The client is told that
     // the host ended its session.
@@ -72,18 +72,23 @@ protected:
 
 private:
     struct Peer {
+        quint32 connect_id = 0;
         QByteArray nonce;
         qint64 connected_at_ms = 0;
         dpn::PlayerId id = 0; // 0 until admitted
         QString name;
     };
 
-    void OnConnect(ENetPeer* peer);
+    void OnConnect(ENetPeer* peer, quint32 connect_id);
     void OnHandshake(ENetPeer* peer, Peer& state, const QByteArray& bytes);
     void OnDisconnect(ENetPeer* peer);
     void Refuse(ENetPeer* peer, dpn::ResultCode code);
     dpn::PlayerId NewPlayerId();
+    // The player's connection while it is still up, else null. Between the end of a connection
+    // and its DestroyPlayer (a handler may be waiting) ENet may already have given the slot to
+    // a newcomer, who must not receive what was meant for the player that left.
     ENetPeer* PeerOf(dpn::PlayerId id) const;
+    static bool IsSameConnection(const ENetPeer* peer, const Peer& state);
 
     std::shared_ptr<Dialogs> m_dialogs;
     QElapsedTimer m_clock;

@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QStringList>
+#include <functional>
 
 namespace tarvex {
 
@@ -19,6 +20,9 @@ public:
 
     void MessageBox(const QString& title, const QString& text, Icon icon) override {
         messages.append({title, text, icon});
+        if (on_message) {
+            on_message(messages.last());
+        }
     }
     QString OpenFileName(const FileRequest& request) override {
         requests.append(request);
@@ -27,6 +31,8 @@ public:
     QString SaveFileName(const FileRequest& request) override { return OpenFileName(request); }
 
     QList<Message> messages;
+    // Called while a message box would be open, to look at the windows behind it.
+    std::function<void(const Message&)> on_message;
     QList<FileRequest> requests;
     QStringList answers;
 };

@@ -1,0 +1,50 @@
+#include "app/ProgramOptions.h"
+
+#include "app/StartCommand.h"
+
+namespace tarvex {
+
+ProgramOptions::ProgramOptions()
+    : m_config(QStringLiteral("config"),
+               QStringLiteral("Keep Tarvex.ini and template.htm in <folder> instead of the "
+                              "program folder."),
+               QStringLiteral("folder"))
+    , m_print(QStringLiteral("print-settings"),
+              QStringLiteral("Print the effective settings, one key per line, and exit."))
+    , m_screenshot(QStringLiteral("screenshot"),
+                   QStringLiteral("Save a picture of the screen to <file> once the windows are "
+                                  "up, then exit."),
+                   QStringLiteral("file"))
+    , m_probe(QStringLiteral("probe-game"),
+              QStringLiteral("Look for the running game, print what Tarvex sees of it, and "
+                             "exit.")) {
+    m_parser.setApplicationDescription(
+        QStringLiteral("Multiplayer sessions for Duneholt Rally.\n\n"
+                       "-M:A:B:C:P fills the start-up window: M is 1 to host at once, 2 to join "
+                       "at once, 3 to prepare hosting; A address, B port, C nickname, "
+                       "P password."));
+    m_parser.addHelpOption();
+    m_parser.addVersionOption();
+    m_parser.addOption(m_config);
+    m_parser.addOption(m_print);
+    m_parser.addOption(m_screenshot);
+    m_parser.addOption(m_probe);
+}
+
+void ProgramOptions::Parse(QStringList arguments) {
+    // The quick-start argument goes before the parser sees it: it would read "-2:host:2005:Dave:"
+    // as a bundle of one-letter options, with an "h" asking for help and a "v" for the version.
+    m_start_command = TakeStartCommand(arguments);
+    // Options of the windowing system may remain; they are not ours to refuse.
+    m_parser.parse(arguments);
+}
+
+bool ProgramOptions::WantsHelp() const {
+    return m_parser.isSet(QStringLiteral("help"));
+}
+
+bool ProgramOptions::WantsVersion() const {
+    return m_parser.isSet(QStringLiteral("version"));
+}
+
+} // namespace tarvex

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QCommandLineOption>
+#include <QCommandLineParser>
+#include <QString>
+#include <QStringList>
+
+namespace tarvex {
+
+// The program's command line: its few options and the quick-start argument -M:A:B:C:P.
+class ProgramOptions {
+public:
+    ProgramOptions();
+
+    // `arguments` starts with the program's name, as QCoreApplication::arguments() does.
+    void Parse(QStringList arguments);
+
+    bool WantsHelp() const;
+    bool WantsVersion() const;
+    bool WantsPrintSettings() const { return m_parser.isSet(m_print); }
+    bool WantsProbeGame() const { return m_parser.isSet(m_probe); }
+    QString ConfigFolder() const { return m_parser.value(m_config); }
+    QString Screenshot() const { return m_parser.value(m_screenshot); }
+    // The quick-start argument, empty when there is none.
+    const QString& StartCommand() const { return m_start_command; }
+
+    [[noreturn]] void ShowHelp() { m_parser.showHelp(0); }
+    [[noreturn]] void ShowVersion() { m_parser.showVersion(); }
+
+private:
+    QCommandLineParser m_parser;
+    QCommandLineOption m_config;
+    QCommandLineOption m_print;
+    QCommandLineOption m_screenshot;
+    QCommandLineOption m_probe;
+    QString m_start_command;
+};
+
+} // namespace tarvex
