@@ -63,7 +63,9 @@ void RaceControlsBox::cmdTimes_Click() {
         context.now = QDateTime::currentDateTime();
         return context;
     };
-    hooks.is_game_running = [&tarvex] { return tarvex.game().IsGameRunning(); };
+    hooks.is_game_running = [&tarvex] {
+        return tarvex.game().IsGameRunning();
+    };
     if (tarvex.platform().dialogs) {
         TimeFRM::ShowFor(m_window, tarvex.results, *tarvex.platform().dialogs, std::move(hooks));
     }
