@@ -65,12 +65,17 @@ void ServerFRM::PrepareSession(int player_rows) {
     m_lblServerName->setText(QStringLiteral("Server Name: ") + m_tarvex.settings.ServerName);
     m_rows->RefreshAll();
     m_race->Load();
+    m_tarvex.ApplyDataInterval();
 }
 
 void ServerFRM::StartListing() {
     const Settings& s = m_tarvex.settings;
+    // A port that is not one (a typo in the settings file) sends nothing rather than wrapping
+    // around to some other port.
+    bool ok = false;
+    const uint port = s.BroadcastPort.trimmed().toUInt(&ok);
     m_listing->SetBroadcastTarget(s.BroadcastAddress,
-                                  static_cast<quint16>(s.BroadcastPort.toUInt()));
+                                  ok && port <= 0xFFFF ? static_cast<quint16>(port) : 0);
     m_listing->SetListServer(s.ListServer);
     DoGTimer();
 }

@@ -3,6 +3,8 @@
 #include "race/GameData.h"
 #include "race/RaceLink.h"
 
+#include <algorithm>
+
 namespace tarvex {
 
 Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
@@ -15,9 +17,13 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
     , m_client(new ClientSession(m_platform.dialogs, this))
     , m_server_side(
           new ServerSide(*m_server, roster, flags, settings, MyName, *m_platform.clock, this))
-    , m_client_side(new ClientSide(*m_client, roster, flags, settings, MyName, this)) {
+    , m_client_side(new ClientSide(*m_client, roster, flags, settings, MyName, this))
+    , m_snd_timer(new QTimer(this)) {
+    m_snd_timer->setObjectName(QStringLiteral("sndTimer"));
     LinkHostRace(host_race, stored, roster, *m_server_side, results);
     LinkClientRace(client_race, stored, roster, *m_client_side, results);
+    // Connected after the race link, which has stored the received interval by then.
+    connect(m_client_side, &ClientSide::GameDataReceived, this, &Tarvex::ApplyDataInterval);
     connect(m_server_side, &ServerSide::ChatLine, &console, &ChatConsole::DisplayMsg);
     connect(m_server_side, &ServerSide::SystemLine, &console, &ChatConsole::DisplayText);
     connect(m_server_side, &ServerSide::GameDataNeeded, this,
@@ -31,6 +37,11 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
 }
 
 Tarvex::~Tarvex() = default;
+
+void Tarvex::ApplyDataInterval() {
+    // A hand-edited INTERVAL of 0 or less would make the poll spin; one millisecond is the floor.
+    m_snd_timer->setInterval(std::max<int>(1, settings.DataInterval));
+}
 
 GameDataMsg Tarvex::CurrentGameData() const {
     return MakeGameData(stored);

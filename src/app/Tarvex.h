@@ -15,6 +15,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QTimer>
 
 namespace tarvex {
 
@@ -72,6 +73,11 @@ public:
     RaceChoices client_race;
     RaceChoices& RaceControls() { return IsHost ? host_race : client_race; }
 
+    // The game-polling timer of the race window. Its interval is the data interval: the host's
+    // own setting, or on a client the one the host's game data carries.
+    QTimer& sndTimer() { return *m_snd_timer; }
+    void ApplyDataInterval();
+
     // The car choice of the local player in the role it plays now.
     CarSelection& LocalCar() { return IsHost ? stored.host_car : stored.client_car; }
 
@@ -86,6 +92,7 @@ private:
     ClientSession* m_client;
     ServerSide* m_server_side;
     ClientSide* m_client_side;
+    QTimer* m_snd_timer;
 };
 
 } // namespace tarvex

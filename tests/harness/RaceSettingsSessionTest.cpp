@@ -83,6 +83,7 @@ private slots:
             QCOMPARE(copy.stored.host_car.Car, std::uint8_t(5));
             QCOMPARE(copy.stored.host_car.Tyre, std::uint8_t(GravelInt));
             QCOMPARE(copy.settings.DataInterval, std::int16_t(220));
+            QCOMPARE(copy.sndTimer().interval(), 220);
             QCOMPARE(copy.settings.Compression, std::uint8_t(2));
             QCOMPARE(copy.settings.GhostsDisabled, std::uint8_t(1));
             QCOMPARE(copy.settings.CheatProtection, std::uint8_t(1));

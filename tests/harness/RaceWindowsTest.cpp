@@ -127,9 +127,12 @@ private slots:
         QVERIFY(session.StartHost(QStringLiteral("Hostess"), 4));
         Player& host = session.Host();
         host->settings.BroadcastPort = QString::number(listener.localPort());
+        host->settings.DataInterval = 90;
         auto server = std::make_unique<ServerFRM>(*host);
         server->setAttribute(Qt::WA_DeleteOnClose, false);
         server->PrepareSession(4);
+        // The host's polling follows its own data interval.
+        QCOMPARE(host->sndTimer().interval(), 90);
         Player& ann = session.Join(QStringLiteral("Ann"));
         QVERIFY(ann->client_side().Welcomed());
 
