@@ -1,8 +1,8 @@
 #include "app/ClientFRM.h"
 
-#include "app/ConsoleView.h"
 #include "app/PlayerRows.h"
 #include "app/RaceControlsBox.h"
+#include "app/RaceWindowLayout.h"
 #include "app/SessionTexts.h"
 #include "app/SettingsFile.h"
 #include "app/Tarvex.h"
@@ -12,7 +12,6 @@
 #include <QCoreApplication>
 #include <QLabel>
 #include <QTextEdit>
-#include <QVBoxLayout>
 
 namespace tarvex {
 
@@ -20,26 +19,13 @@ ClientFRM::ClientFRM(Tarvex& tarvex, QWidget* parent)
     : QWidget(parent)
     , m_tarvex(tarvex)
     , m_rows(new PlayerRows(tarvex.roster, false, this))
-    , m_race(new RaceControlsBox(tarvex, *m_rows, false, this))
-    , m_lblServerName(new QLabel(this))
-    , m_lblStatus(new QLabel(this))
-    , m_MainTXT(new QTextEdit(this)) {
-    setObjectName(QStringLiteral("ClientFRM"));
-    setAttribute(Qt::WA_DeleteOnClose);
-    setWindowTitle(QStringLiteral("Tarvex - Client"));
-    m_lblServerName->setObjectName(QStringLiteral("lblServerName"));
-    m_lblStatus->setObjectName(QStringLiteral("lblStatus"));
-    m_MainTXT->setObjectName(QStringLiteral("MainTXT"));
-    m_MainTXT->setReadOnly(true);
-    // Names and session names come from other players: shown as typed, never as markup.
-    m_lblServerName->setTextFormat(Qt::PlainText);
-
-    auto* layout = new QVBoxLayout(this);
-    layout->addWidget(m_lblServerName);
-    layout->addWidget(m_lblStatus);
-    layout->addWidget(m_race);
-    layout->addWidget(m_rows);
-    layout->addWidget(m_MainTXT);
+    , m_race(new RaceControlsBox(tarvex, *m_rows, false, this)) {
+    const RaceWindowLayout parts =
+        LayOutRaceWindow(*this, QStringLiteral("ClientFRM"), QStringLiteral("Tarvex - Client"),
+                         *m_race, *m_rows, m_tarvex.console);
+    m_lblServerName = parts.lblServerName;
+    m_lblStatus = parts.lblStatus;
+    m_MainTXT = parts.MainTXT;
 
     ClientSession& client = m_tarvex.client();
     connect(&client, &ClientSession::ConnectComplete, this, &ClientFRM::OnConnectComplete);
@@ -47,7 +33,6 @@ ClientFRM::ClientFRM(Tarvex& tarvex, QWidget* parent)
     m_rows->Follow(&side);
     connect(&side, &ClientSide::Welcome, this, &ClientFRM::WelcomeReceived);
     connect(&side, &ClientSide::SessionLost, this, &ClientFRM::OnSessionLost);
-    FollowConsole(m_tarvex.console, m_MainTXT);
     m_race->Load();
     // Abandoning an attempt or leaving closes the window that received the session's events.
     connect(&client, &ClientSession::Closed, this, &QWidget::close);

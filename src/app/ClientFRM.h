@@ -50,9 +50,9 @@ private:
     Tarvex& m_tarvex;
     PlayerRows* m_rows;
     RaceControlsBox* m_race;
-    QLabel* m_lblServerName;
-    QLabel* m_lblStatus;
-    QTextEdit* m_MainTXT;
+    QLabel* m_lblServerName = nullptr;
+    QLabel* m_lblStatus = nullptr;
+    QTextEdit* m_MainTXT = nullptr;
     bool m_welcomed = false;
     bool m_closing = false;
 };

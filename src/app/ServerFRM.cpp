@@ -1,8 +1,8 @@
 #include "app/ServerFRM.h"
 
-#include "app/ConsoleView.h"
 #include "app/PlayerRows.h"
 #include "app/RaceControlsBox.h"
+#include "app/RaceWindowLayout.h"
 #include "app/SettingsFile.h"
 #include "app/Tarvex.h"
 #include "net/transport/PublicListing.h"
@@ -10,7 +10,6 @@
 #include <QCloseEvent>
 #include <QLabel>
 #include <QTextEdit>
-#include <QVBoxLayout>
 
 namespace tarvex {
 
@@ -18,26 +17,14 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
     : QWidget(parent)
     , m_tarvex(tarvex)
     , m_rows(new PlayerRows(tarvex.roster, true, this))
-    , m_race(new RaceControlsBox(tarvex, *m_rows, true, this))
-    , m_lblServerName(new QLabel(this))
-    , m_lblStatus(new QLabel(QStringLiteral("Status: Idle"), this))
-    , m_MainTXT(new QTextEdit(this)) {
-    setObjectName(QStringLiteral("ServerFRM"));
-    setAttribute(Qt::WA_DeleteOnClose);
-    setWindowTitle(QStringLiteral("Tarvex - Server"));
-    m_lblServerName->setObjectName(QStringLiteral("lblServerName"));
-    m_lblStatus->setObjectName(QStringLiteral("lblStatus"));
-    m_MainTXT->setObjectName(QStringLiteral("MainTXT"));
-    m_MainTXT->setReadOnly(true);
-    // The session name is shown as typed, never read as markup.
-    m_lblServerName->setTextFormat(Qt::PlainText);
-
-    auto* layout = new QVBoxLayout(this);
-    layout->addWidget(m_lblServerName);
-    layout->addWidget(m_lblStatus);
-    layout->addWidget(m_race);
-    layout->addWidget(m_rows);
-    layout->addWidget(m_MainTXT);
+    , m_race(new RaceControlsBox(tarvex, *m_rows, true, this)) {
+    const RaceWindowLayout parts =
+        LayOutRaceWindow(*this, QStringLiteral("ServerFRM"), QStringLiteral("Tarvex - Server"),
+                         *m_race, *m_rows, m_tarvex.console);
+    m_lblServerName = parts.lblServerName;
+    m_lblStatus = parts.lblStatus;
+    m_lblStatus->setText(QStringLiteral("Status: Idle"));
+    m_MainTXT = parts.MainTXT;
 
     m_listing = new PublicListing(
         [this] {
@@ -57,7 +44,6 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
 
     m_rows->Follow(&m_tarvex.server_side());
     connect(m_rows, &PlayerRows::KickRequested, &m_tarvex.server_side(), &ServerSide::Kick);
-    FollowConsole(m_tarvex.console, m_MainTXT);
 }
 
 void ServerFRM::PrepareSession(int player_rows) {

@@ -46,9 +46,9 @@ private:
     Tarvex& m_tarvex;
     PlayerRows* m_rows;
     RaceControlsBox* m_race;
-    QLabel* m_lblServerName;
-    QLabel* m_lblStatus;
-    QTextEdit* m_MainTXT;
+    QLabel* m_lblServerName = nullptr;
+    QLabel* m_lblStatus = nullptr;
+    QTextEdit* m_MainTXT = nullptr;
     PublicListing* m_listing;
     int m_player_rows = 12;
 };
