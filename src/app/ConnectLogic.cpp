@@ -177,6 +177,7 @@ void ConnectLogic::HostStart() {
     }
     m_tarvex.MyName = v.nicknameTXT.text;
     m_tarvex.SessionPassword = v.passwordTXT.text;
+    m_tarvex.roster[0].Status = std::uint8_t(PlayerStatus::Idle);
     m_tarvex.IsHost = true;
     m_tarvex.LocalSlot = 0;
 

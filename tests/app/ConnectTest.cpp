@@ -143,6 +143,9 @@ private slots:
         QCOMPARE(app.tarvex->MaxPlayerCount, quint8(2));
         QVERIFY(app.tarvex->IsHost);
         QCOMPARE(app.tarvex->MyName, QStringLiteral("Ann"));
+        // The host's own row is Idle from the start, so joiners see it that way too.
+        QCOMPARE(app.tarvex->roster[0].Status, std::uint8_t(PlayerStatus::Idle));
+        QTRY_COMPARE(app.tarvex->roster[0].Name, QStringLiteral("Ann"));
         QVERIFY(app.start_up->ServerForm()->isVisible());
         QTRY_VERIFY(!app.start_up->ConnectForm());
         QCOMPARE(app.ends, 0);
