@@ -6,6 +6,7 @@
 #include "app/SessionTexts.h"
 #include "app/SettingsFile.h"
 #include "app/Tarvex.h"
+#include "race/RaceChoices.h"
 
 #include <QCloseEvent>
 #include <QComboBox>
@@ -40,6 +41,7 @@ ClientFRM::ClientFRM(Tarvex& tarvex, QWidget* parent)
 
 void ClientFRM::WelcomeReceived() {
     m_welcomed = true;
+    m_own_slot = m_tarvex.LocalSlot;
     m_rows->RefreshAll();
     // Only the own row's lists are ours to change.
     const int own = m_tarvex.LocalSlot;
@@ -72,12 +74,24 @@ void ClientFRM::OnConnectComplete(dpn::ResultCode result) {
 }
 
 void ClientFRM::OnSessionLost() {
-    // The console has said why; the rows are empty and nothing in them can be chosen.
+    // The console has said why. What the session showed of the others and of the race is gone
+    // with it, and nothing can be chosen any more.
+    RaceChoices& choices = m_race->Choices();
     for (int slot = 0; slot < RowCount; ++slot) {
+        if (slot != m_own_slot) {
+            m_rows->pName[slot]->setCurrentIndex(-1);
+            choices.pCar[slot].Deselect();
+            choices.pTrans[slot].Deselect();
+            choices.pTyre[slot].Deselect();
+        }
         for (QComboBox* list :
              {m_rows->pName[slot], m_rows->pCar[slot], m_rows->pTrans[slot], m_rows->pTyre[slot]}) {
             list->setEnabled(false);
         }
+    }
+    for (ChoiceList* list : {&choices.cmbCountry, &choices.cmbStage, &choices.cmbWeather,
+                             &choices.cmbHumid, &choices.cmbWear}) {
+        list->Deselect();
     }
     m_rows->lblNumPlayer->clear();
     m_lblServerName->clear();

@@ -54,6 +54,8 @@ private:
     QLabel* m_lblStatus = nullptr;
     QTextEdit* m_MainTXT = nullptr;
     bool m_welcomed = false;
+    // The slot the welcome gave us; the roster forgets it when the session ends.
+    int m_own_slot = -1;
     bool m_closing = false;
 };
 

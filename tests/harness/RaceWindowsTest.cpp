@@ -100,8 +100,16 @@ private slots:
         QCOMPARE(server->Rows().status[1]->property("picture").toString(),
                  QStringLiteral(":/status/dummygrey.png"));
         QCOMPARE(Label(*client, "lblNumPlayer"), QString());
+        QCOMPARE(Label(*client, "lblServerName"), QString());
         QVERIFY(!client->Rows().pName[1]->isEnabled());
         QCOMPARE(client->Rows().pName[1]->currentText(), QStringLiteral("Open"));
+        // The host's row and the race it had set show nothing, and nothing can be chosen.
+        QCOMPARE(client->Rows().pName[0]->currentIndex(), -1);
+        QCOMPARE(client->Rows().pCar[0]->currentIndex(), -1);
+        QVERIFY(!client->Rows().pCar[1]->isEnabled());
+        for (const char* list : {"cmbCountry", "cmbStage", "cmbWeather", "cmbHumid", "cmbWear"}) {
+            QCOMPARE(client->findChild<QComboBox*>(QLatin1String(list))->currentIndex(), -1);
+        }
 
         // A newcomer during a race learns it from the welcome and waits it out.
         host->flags.RaceLaunched = 1;
