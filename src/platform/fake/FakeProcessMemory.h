@@ -54,6 +54,16 @@ public:
         std::memcpy(range->data() + (address - Start(pid, address)), data, size);
         return true;
     }
+    bool WriteGroup(std::uint32_t pid, std::span<const MemoryWrite> pieces) override {
+        ++write_group_calls;
+        for (const MemoryWrite& piece : pieces) {
+            if (!Write(pid, piece.address, piece.data, piece.size)) {
+                return false;
+            }
+            --write_calls;
+        }
+        return true;
+    }
     QString ExecutablePath(std::uint32_t pid) override { return m_paths.value(pid); }
     bool Terminate(std::uint32_t pid) override {
         m_terminated.insert(pid, true);
@@ -63,6 +73,7 @@ public:
     int read_calls = 0;
     int group_calls = 0;
     int write_calls = 0;
+    int write_group_calls = 0;
     bool fail_reads = false;
     bool fail_writes = false;
 
