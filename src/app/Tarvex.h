@@ -3,6 +3,7 @@
 #include "app/Settings.h"
 #include "chat/ChatConsole.h"
 #include "game/GameProcess.h"
+#include "ghost/GhostExchange.h"
 #include "net/ClientSide.h"
 #include "net/Roster.h"
 #include "net/ServerSide.h"
@@ -64,6 +65,9 @@ public:
 
     // The running game as this copy reaches it.
     GameProcess& game() { return m_game; }
+    // The other players' cars as ghosts in that game; our car state goes out through the
+    // session of the role played.
+    GhostExchange& ghosts() { return m_ghosts; }
 
     // The races of this session (every copy keeps its own table).
     Results results;
@@ -88,6 +92,7 @@ private:
     Platform m_platform;
     QString m_config_folder;
     GameProcess m_game{m_platform};
+    GhostExchange m_ghosts{m_game, *m_platform.clock, roster, settings};
     HostSession* m_server;
     ClientSession* m_client;
     ServerSide* m_server_side;
