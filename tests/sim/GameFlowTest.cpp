@@ -177,9 +177,7 @@ void GameFlowTest::setupsAllowedStopsAtTheServiceArea() {
 }
 
 void GameFlowTest::stageRunsFromTheHeldStartToTheFinish_data() {
-    QTest::addColumn<int>("build");
-    QTest::newRow("build 3") << 3;
-    QTest::newRow("build 4") << 4;
+    simtest::BuildRows({3, 4});
 }
 
 // One stage as Tarvex drives it: held at the line (a jump there counts once), released, the

@@ -75,10 +75,7 @@ private slots:
 };
 
 void GameMemoryTest::everyWriteShowsInTheStatus_data() {
-    QTest::addColumn<int>("build");
-    for (int build = 1; build <= 4; ++build) {
-        QTest::addRow("build %d", build) << build;
-    }
+    simtest::BuildRows({1, 2, 3, 4});
 }
 
 // Tarvex's writes as the game reads them back: each shown value differs from the game's stock
@@ -194,9 +191,7 @@ void GameMemoryTest::everyWriteShowsInTheStatus() {
 }
 
 void GameMemoryTest::inRaceMenuFollowsThePatches_data() {
-    QTest::addColumn<int>("build");
-    QTest::newRow("build 3") << 3;
-    QTest::newRow("build 4") << 4;
+    simtest::BuildRows({3, 4});
 }
 
 void GameMemoryTest::inRaceMenuFollowsThePatches() {
@@ -365,9 +360,7 @@ void GameMemoryTest::ghostCarFilesAreChecked() {
 }
 
 void GameMemoryTest::poseCameraAndGhost_data() {
-    QTest::addColumn<int>("build");
-    QTest::newRow("build 3") << 3;
-    QTest::newRow("build 4") << 4;
+    simtest::BuildRows({3, 4});
 }
 
 // A player drives by hand, without Tarvex, on the stage the stock set-up block names; another

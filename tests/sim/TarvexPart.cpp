@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
+#include <QTest>
 #include <cstring>
 #include <vector>
 
@@ -418,6 +419,13 @@ void TarvexPart::SaveDataMenu() {
     const std::uint32_t menu = MenuAt(17, true);
     for (int entry : {4, 8, 9}) {
         m.SetU32(m.U32(m.U32(menu + 0x0C) + 4 * std::uint32_t(entry)) + 0x08, 0);
+    }
+}
+
+void BuildRows(std::initializer_list<int> builds) {
+    QTest::addColumn<int>("build");
+    for (int build : builds) {
+        QTest::addRow("build %d", build) << build;
     }
 }
 

@@ -8,6 +8,7 @@
 #include <QTemporaryDir>
 #include <array>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <string>
 
@@ -92,6 +93,9 @@ public:
     bool setups_allowed = false;
     float saved_a = 0, saved_b = 0;
 };
+
+// Data rows "build N" of a column "build", one a build.
+void BuildRows(std::initializer_list<int> builds);
 
 // The game's --status line, parsed.
 QJsonObject StatusOf(const sim::Game& game);
