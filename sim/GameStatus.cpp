@@ -14,6 +14,8 @@ using namespace internal;
 
 namespace {
 
+// Texts from game memory are 8-bit: bytes from 0x80 up are written as the code points of the
+// same number, so that whatever the memory held, the line stays valid JSON.
 std::string JsonString(const std::string& text) {
     std::string out = "\"";
     for (char c : text) {
@@ -27,14 +29,16 @@ std::string JsonString(const std::string& text) {
         case '\n':
             out += "\\n";
             break;
-        default:
-            if (static_cast<unsigned char>(c) < 0x20) {
+        default: {
+            const auto byte = static_cast<unsigned char>(c);
+            if (byte < 0x20 || byte >= 0x80) {
                 char buffer[8];
-                std::snprintf(buffer, sizeof buffer, "\\u%04x", c);
+                std::snprintf(buffer, sizeof buffer, "\\u%04x", byte);
                 out += buffer;
             } else {
                 out += c;
             }
+        }
         }
     }
     return out + "\"";

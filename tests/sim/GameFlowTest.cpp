@@ -72,8 +72,9 @@ void GameFlowTest::menusLeadToTheSetUpsStage_data() {
         << 2 << 2 << 0 << "" << 0 << 0 << 0 << 0 << 8 << 10200 << "MG ZR Super 1600";
     QTest::newRow("b3 unknown stage") << 3 << 0 << 99 << "10O_N_hazy_partcloud" << 6 << 0 << 0 << 0
                                       << 0 << 0 << "unknown stage id 99";
-    QTest::newRow("b4 unknown preset") << 4 << 0 << 10 << "10O_N_sunny" << 6 << 0 << 0 << 0 << 0
-                                       << 0 << "unknown weather preset \"10O_N_sunny\"";
+    QTest::newRow("b4 unknown preset, in 8-bit text")
+        << 4 << 0 << 10 << QStringLiteral("10O_N_\u00e9t\u00e9") << 6 << 0 << 0 << 0 << 0 << 0
+        << QStringLiteral("unknown weather preset \"10O_N_\u00e9t\u00e9\"");
     QTest::newRow("b3 no preset for a stage that has them")
         << 3 << 0 << 10 << "" << 6 << 0 << 0 << 0 << 0 << 0 << "unknown weather preset \"\"";
 }
@@ -93,7 +94,8 @@ void GameFlowTest::menusLeadToTheSetUpsStage() {
 
     Machine machine(build);
     TarvexPart& tarvex = machine.tarvex;
-    tarvex.setup = {stage, weather.toStdString(), 2, humidity, 1, damage, car, trans, tyre};
+    tarvex.setup = {stage, weather.toLatin1().toStdString(), 2, humidity, 1, damage, car, trans,
+                    tyre};
     tarvex.proid = 3;
     tarvex.ApplyGamePatches(0);
     const bool reached = tarvex.DriveMenusToStage(10);
