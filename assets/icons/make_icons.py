@@ -6,8 +6,11 @@ is one list of shapes on a 256-unit canvas; the SVG writes them as they are and 
 rasterised here (supersampled scanlines, no imaging library), so both always show the same
 thing. Run from this folder to regenerate the files.
 """
-import struct
-import zlib
+import os
+import sys
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
+from pngfile import write_png  # noqa: E402
 
 SIZES = (16, 22, 24, 32, 48, 64, 128, 256)
 CANVAS = 256
@@ -187,26 +190,13 @@ def render(size):
     return pixels
 
 
-def png(path, pixels):
-    size = len(pixels)
-    raw = bytearray()
-    for row in pixels:
-        raw.append(0)
-        for r, g, b, a in row:
-            raw += bytes(round(c / a) if a else 0 for c in (r, g, b)) + bytes([round(a * 255)])
-
-    def chunk(kind, data):
-        body = kind + data
-        return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body))
-
-    with open(path, "wb") as f:
-        f.write(b"\x89PNG\r\n\x1a\n")
-        f.write(chunk(b"IHDR", struct.pack(">IIBBBBB", size, size, 8, 6, 0, 0, 0)))
-        f.write(chunk(b"IDAT", zlib.compress(bytes(raw), 9)))
-        f.write(chunk(b"IEND", b""))
+def straight(pixels):
+    # Back from premultiplied colour to what PNG stores.
+    return [[tuple(round(c / a) if a else 0 for c in (r, g, b)) + (round(a * 255),)
+             for r, g, b, a in row] for row in pixels]
 
 
 with open("tarvex.svg", "w") as f:
     f.write(svg())
 for size in SIZES:
-    png(f"tarvex-{size}.png", render(size))
+    write_png(f"tarvex-{size}.png", straight(render(size)))
