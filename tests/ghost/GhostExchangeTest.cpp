@@ -6,6 +6,7 @@
 #include "app/Settings.h"
 #include "net/Roster.h"
 
+#include <QTemporaryDir>
 #include <QTest>
 #include <bit>
 #include <cmath>
@@ -55,16 +56,23 @@ struct KnownPose : GhostSide {
     WindowHandle window = 0;
 };
 
-// A player whose game runs in this process, with the ghost patches in place.
+// A player whose game runs in this process, with the ghost car files and patches in place.
 struct PlayerWithGame : GhostSide {
-    test::InProcessGame sim{fake, kPid, sim::Options{}};
+    QTemporaryDir folder;
+    test::InProcessGame sim{fake, kPid, GameIn(folder)};
     simtest::TarvexPart part{*sim.memory, sim.game};
 
     PlayerWithGame() {
         game.FindGame();
+        simtest::TarvexPart::WriteGhostFiles(folder.path().toStdString());
         part.ApplyGamePatches(0);
-        // The ghost car model the Ghost menu picks.
-        sim.memory->SetU32(sim.memory->U32(sim.memory->U32(0x7EA678) + 0x70) + 0x18, 5);
+        part.WriteGhostModel(5);
+        sim.game.Tick(0.1);
+    }
+    static sim::Options GameIn(const QTemporaryDir& folder) {
+        sim::Options options;
+        options.game_folder = folder.path().toStdString();
+        return options;
     }
     std::vector<float> Object(int k) const {
         std::vector<float> values(0x40 / 4);
