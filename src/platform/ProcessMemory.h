@@ -32,8 +32,15 @@ public:
     virtual bool Write(std::uint32_t pid, std::uint32_t address, const void* data,
                        std::size_t size) = 0;
     // Writes every piece, in one go where the system allows; true only when all of them were
-    // written completely.
-    virtual bool WriteGroup(std::uint32_t pid, std::span<const MemoryWrite> pieces) = 0;
+    // written completely. Without a grouped call of its own, piece by piece.
+    virtual bool WriteGroup(std::uint32_t pid, std::span<const MemoryWrite> pieces) {
+        for (const MemoryWrite& piece : pieces) {
+            if (!Write(pid, piece.address, piece.data, piece.size)) {
+                return false;
+            }
+        }
+        return true;
+    }
     // Full path of the process's executable, or empty.
     virtual QString ExecutablePath(std::uint32_t pid) = 0;
     virtual bool Terminate(std::uint32_t pid) = 0;

@@ -1,6 +1,6 @@
 #include "ghost/GhostExchange.h"
 
-#include "InProcessGame.h"
+#include "LocalGame.h"
 #include "TarvexPart.h"
 #include "TestRegistry.h"
 #include "app/Settings.h"
@@ -59,7 +59,7 @@ struct KnownPose : GhostSide {
 // A player whose game runs in this process, with the ghost car files and patches in place.
 struct PlayerWithGame : GhostSide {
     QTemporaryDir folder;
-    test::InProcessGame sim{fake, kPid, GameIn(folder)};
+    test::LocalGame sim{fake, kPid, GameIn(folder)};
     simtest::TarvexPart part{*sim.memory, sim.game};
 
     PlayerWithGame() {

@@ -28,14 +28,6 @@ public:
     bool Write(std::uint32_t, std::uint32_t address, const void* data, std::size_t size) override {
         return m_space.Write(address, data, size);
     }
-    bool WriteGroup(std::uint32_t pid, std::span<const MemoryWrite> pieces) override {
-        for (const MemoryWrite& piece : pieces) {
-            if (!Write(pid, piece.address, piece.data, piece.size)) {
-                return false;
-            }
-        }
-        return true;
-    }
     QString ExecutablePath(std::uint32_t) override { return {}; }
     bool Terminate(std::uint32_t) override { return false; }
 
@@ -45,9 +37,9 @@ private:
 
 // One player's game, in process: its window in front on the player's fake desktop, the keys
 // Tarvex sends reaching it, its memory behind the player's fake process memory.
-class InProcessGame {
+class LocalGame {
 public:
-    InProcessGame(FakePlatform& platform, std::uint32_t pid, sim::Options options)
+    LocalGame(FakePlatform& platform, std::uint32_t pid, sim::Options options)
         : memory(sim::NewMemorySpace())
         , game(*memory, std::move(options))
         , pid(pid) {
@@ -58,8 +50,8 @@ public:
             down ? game.KeyDown(key) : game.KeyUp(key);
         };
     }
-    InProcessGame(const InProcessGame&) = delete;
-    InProcessGame& operator=(const InProcessGame&) = delete;
+    LocalGame(const LocalGame&) = delete;
+    LocalGame& operator=(const LocalGame&) = delete;
 
     std::unique_ptr<sim::MemoryAddressSpace> memory;
     sim::Game game;
