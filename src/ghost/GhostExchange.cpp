@@ -186,7 +186,8 @@ void GhostExchange::WriteGhosts() {
         }
         // The blend keeps the pose finite. The game's objects are y-up: its second and third
         // axes are our third and second.
-        const auto& w = motion.WorldMatrix().m;
+        const Matrix world = motion.WorldMatrix();
+        const auto& w = world.m;
         const float rows[4][3] = {{w[0][0], w[0][2], w[0][1]},
                                   {w[2][0], w[2][2], w[2][1]},
                                   {w[1][0], w[1][2], w[1][1]},
