@@ -66,9 +66,16 @@ void GhostExchange::SendCarState(float distance, std::uint8_t percent) {
         return;
     }
     // A pose read from a game that is gone would be the last one again; better no sample.
-    const GameBuild build =
-        GameProcess::BuildFromByte(m_game.ReadGameByte(GameProcess::kBuildByteAddress));
-    if (m_game.LastResult() == 0 || build == 0) {
+    if (m_game.ProcessId() != m_send_process) {
+        const std::uint8_t build_byte = m_game.ReadGameByte(GameProcess::kBuildByteAddress);
+        if (m_game.LastResult() == 0) {
+            return;
+        }
+        m_send_build = GameProcess::BuildFromByte(build_byte);
+        m_send_process = m_game.ProcessId();
+    }
+    const GameBuild build = m_send_build;
+    if (build == 0) {
         return;
     }
     const std::uint32_t body =
@@ -131,6 +138,7 @@ void GhostExchange::GhostTick() {
 
 void GhostExchange::InitGhostSlots() {
     m_build = m_game.GetGameBuild();
+    m_name_tag.Forget();
     for (GhostMotion& motion : m_motion) {
         motion.ForgetClockOffset();
     }
@@ -235,8 +243,8 @@ void GhostExchange::UpdateNameTag() {
         }
     }
     const auto place = PlaceNameTag(rows, ghosts, m_settings.NameHeight, m_settings.NameOpacity);
-    WriteNameTag(m_game, m_build, *race_block, place,
-                 place ? m_roster[place->slot].Name : QString());
+    m_name_tag.Write(m_game, m_build, *race_block, place,
+                     place ? m_roster[place->slot].Name : QString());
 }
 
 } // namespace tarvex

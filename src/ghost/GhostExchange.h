@@ -2,6 +2,7 @@
 
 #include "game/GameProcess.h"
 #include "ghost/GhostMotion.h"
+#include "ghost/NameTag.h"
 #include "net/Messages.h"
 
 #include <array>
@@ -80,7 +81,11 @@ private:
     std::array<CarStateMsg, GhostSlots> m_records{};
     std::array<GhostMotion, GhostSlots> m_motion{};
     std::array<std::uint32_t, GhostObjects> m_objects{};
+    NameTagWriter m_name_tag;
     GameBuild m_build = 0;
+    // The build of the game we last sent from; it cannot change while that process runs.
+    std::uint32_t m_send_process = 0;
+    GameBuild m_send_build = 0;
     bool m_ghosts_ready = false;
     bool m_ticked = false;
     std::uint32_t m_last_tick = 0;

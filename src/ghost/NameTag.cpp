@@ -32,15 +32,15 @@ constexpr float FarAway = 100000.0f;
 
 // The text as the game reads it: each character as two bytes, low byte first, then a 16-bit
 // terminator; characters beyond Latin-1 come out as '?'.
-QString Widened(const QString& text) {
-    QString wide;
+QByteArray Widened(const QString& text) {
+    QByteArray wide;
     wide.reserve(2 * text.size() + 2);
     for (QChar c : text) {
-        wide += c.unicode() <= 0xFF ? c : QChar(u'?');
-        wide += QChar(0);
+        wide += char(c.unicode() <= 0xFF ? c.unicode() : u'?');
+        wide += '\0';
     }
-    wide += QChar(0);
-    wide += QChar(0);
+    wide += '\0';
+    wide += '\0';
     return wide;
 }
 
@@ -91,18 +91,41 @@ std::optional<NameTagPlace> PlaceNameTag(const CameraRows& camera,
     return std::nullopt;
 }
 
-void WriteNameTag(GameProcess& game, GameBuild build, std::uint32_t race_block,
-                  const std::optional<NameTagPlace>& place, const QString& name) {
+void NameTagWriter::Put(GameProcess& game, std::uint32_t address, const QByteArray& bytes) {
+    const auto written = m_written.constFind(address);
+    if (written != m_written.cend() && *written == bytes) {
+        return;
+    }
+    game.WriteGameString(address, QString::fromLatin1(bytes));
+    if (game.LastResult() != 0) {
+        m_written.insert(address, bytes);
+    } else {
+        m_written.remove(address);
+    }
+}
+
+void NameTagWriter::PutSingle(GameProcess& game, std::uint32_t address, float value) {
+    Put(game, address, QByteArray(reinterpret_cast<const char*>(&value), sizeof value));
+}
+
+void NameTagWriter::Write(GameProcess& game, GameBuild build, std::uint32_t race_block,
+                          const std::optional<NameTagPlace>& place, const QString& name) {
     if (build < 1 || build > 4) {
         return;
     }
+    if (game.ProcessId() != m_process_id || race_block != m_race_block) {
+        m_written.clear();
+        m_process_id = game.ProcessId();
+        m_race_block = race_block;
+    }
     const TagOperands& at = Operands[std::size_t(build - 1)];
     float a1 = -480.0f, a2 = -640.0f, a4 = 18.0f, opacity = 0.0f;
-    std::uint8_t a5 = 0;
+    char a5 = 0;
     if (place) {
         const std::uint32_t buffer = NameBuffer[std::size_t(build - 1)];
-        game.WriteGameString(buffer, Widened(name));
-        game.WriteGameLong(race_block + TagText, std::int32_t(buffer));
+        Put(game, buffer, Widened(name));
+        Put(game, race_block + TagText,
+            QByteArray(reinterpret_cast<const char*>(&buffer), sizeof buffer));
         a1 = place->y - 10.0f;
         // Centred on the ghost: the game draws about ten pixels per character.
         a2 = ScreenWidth - place->x - 5.0f * float(name.size());
@@ -110,14 +133,14 @@ void WriteNameTag(GameProcess& game, GameBuild build, std::uint32_t race_block,
         a5 = 5;
         opacity = place->opacity;
     }
-    game.WriteGameSingle(at.a4, a4);
-    game.WriteGameSingle(at.minus_one_a, -1.0f);
-    game.WriteGameSingle(at.minus_one_b, -1.0f);
-    game.WriteGameSingle(at.a1, a1 + 1.0f);
-    game.WriteGameSingle(at.a2, a2 + 5.0f);
-    game.WriteGameByte(at.a5, a5);
-    game.WriteGameByte(at.eighteen, 18);
-    game.WriteGameSingle(race_block + TagOpacity, opacity);
+    PutSingle(game, at.a4, a4);
+    PutSingle(game, at.minus_one_a, -1.0f);
+    PutSingle(game, at.minus_one_b, -1.0f);
+    PutSingle(game, at.a1, a1 + 1.0f);
+    PutSingle(game, at.a2, a2 + 5.0f);
+    Put(game, at.a5, QByteArray(1, a5));
+    Put(game, at.eighteen, QByteArray(1, char(18)));
+    PutSingle(game, race_block + TagOpacity, opacity);
 }
 
 } // namespace tarvex

@@ -3,6 +3,8 @@
 #include "game/GameProcess.h"
 #include "ghost/d3dmath.h"
 
+#include <QByteArray>
+#include <QHash>
 #include <QString>
 #include <array>
 #include <optional>
@@ -29,8 +31,23 @@ std::optional<NameTagPlace> PlaceNameTag(const CameraRows& camera,
                                          const std::array<std::optional<Vec3>, 12>& ghosts,
                                          int height, int max_opacity);
 
-// Shows `name` at `place` in the game, or hides the tag when there is no place.
-void WriteNameTag(GameProcess& game, GameBuild build, std::uint32_t race_block,
-                  const std::optional<NameTagPlace>& place, const QString& name);
+// Puts the tag into the game. The tag is placed on every frame, mostly with the values of the
+// frame before; only values that changed are written again (a handful of system calls fewer
+// per frame), and everything is written afresh for another game process or race block.
+class NameTagWriter {
+public:
+    // Shows `name` at `place`, or hides the tag when there is no place.
+    void Write(GameProcess& game, GameBuild build, std::uint32_t race_block,
+               const std::optional<NameTagPlace>& place, const QString& name);
+    // The next Write writes every value (a new game run).
+    void Forget() { m_written.clear(); }
+
+private:
+    void Put(GameProcess& game, std::uint32_t address, const QByteArray& bytes);
+    void PutSingle(GameProcess& game, std::uint32_t address, float value);
+
+    std::uint32_t m_process_id = 0, m_race_block = 0;
+    QHash<std::uint32_t, QByteArray> m_written;
+};
 
 } // namespace tarvex
