@@ -1,8 +1,10 @@
 #include "AppHarness.h"
 #include "TestRegistry.h"
+#include "app/PlayerRows.h"
 #include "net/transport/HostSession.h"
 
 #include <QCheckBox>
+#include <QComboBox>
 #include <QNetworkDatagram>
 #include <QScrollBar>
 #include <QTest>
@@ -135,6 +137,7 @@ private slots:
         app.Control<QScrollBar>("scrPlay")->setValue(2);
         QCOMPARE(app.Control<QLineEdit>("txtPNUM")->text(), QStringLiteral("2"));
         app.Type("passwordTXT", QStringLiteral("hidden-word"));
+        app.Type("txtSName", QStringLiteral("Night Cup"));
         app.Click("ConnectCMD");
 
         QCOMPARE(app.Logic().Caption(), QStringLiteral("Connected"));
@@ -147,10 +150,13 @@ private slots:
         QCOMPARE(app.tarvex->roster[0].Status, std::uint8_t(PlayerStatus::Idle));
         QTRY_COMPARE(app.tarvex->roster[0].Name, QStringLiteral("Ann"));
         QVERIFY(app.start_up->ServerForm()->isVisible());
+        QCOMPARE(app.start_up->ServerForm()->findChild<QLabel*>("lblServerName")->text(),
+                 QStringLiteral("Server Name: Night Cup"));
         QTRY_VERIFY(!app.start_up->ConnectForm());
         QCOMPARE(app.ends, 0);
         const QString ini = app.Ini();
         QVERIFY(ini.contains(QStringLiteral("PNUM=2")));
+        QVERIFY(ini.contains(QStringLiteral("GNAME=Night Cup")));
         QVERIFY(!ini.contains(QStringLiteral("hidden-word")));
 
         // The listing went out at once, to this machine only.
@@ -158,12 +164,12 @@ private slots:
         const QByteArray datagram = listing.receiveDatagram().data();
         const char head[] = {5, 2, 1, char(port & 0xFF), char(port >> 8), 0, 0};
         QCOMPARE(datagram.left(7), QByteArray(head, 7));
-        QCOMPARE(datagram.mid(7), QByteArray("\x08\x00"
-                                             "Dune Cup"
+        QCOMPARE(datagram.mid(7), QByteArray("\x09\x00"
+                                             "Night Cup"
                                              "\x03\x00"
                                              "Ann"
                                              "\x01\x01\x0A\xFF",
-                                             19));
+                                             20));
 
         // Console lines are shown as typed, markup included.
         ServerFRM* server = app.start_up->ServerForm();
@@ -199,16 +205,25 @@ private slots:
         app.start_up->ServerForm()->close();
     }
 
+    // The port is taken: the host window stays, showing the limit that was chosen. A stored
+    // limit out of range shows as the one used.
     void hostStartFailureKeepsTheWindow() {
         HostSession squatter(nullptr);
         const quint16 port = FreeUdpPort();
         QVERIFY(squatter.InitServer(QStringLiteral("First"), 12, port, QString()));
-        App app("PORT=" + QByteArray::number(port) + "\n");
-        QVERIFY(app.start_up->Start(QStringLiteral("-1")));
+        App app("PORT=" + QByteArray::number(port) + "\nPNUM=20\n");
+        QVERIFY(app.start_up->Start(QStringLiteral("-3")));
+        QCOMPARE(app.Control<QLineEdit>("txtPNUM")->text(), QStringLiteral("12"));
+        app.Control<QScrollBar>("scrPlay")->setValue(5);
+        app.Click("ConnectCMD");
         QCOMPARE(app.fake.dialogs->messages.size(), 1);
         QCOMPARE(app.fake.dialogs->messages[0].title, QStringLiteral("InitServer"));
         QVERIFY(app.fake.dialogs->messages[0].text.startsWith(QStringLiteral("Error 0x")));
-        QVERIFY(app.start_up->ServerForm()->isVisible());
+        ServerFRM* server = app.start_up->ServerForm();
+        QVERIFY(server->isVisible());
+        QCOMPARE(server->Rows().lblNumPlayer->text(), QStringLiteral("Player(s): 0/5"));
+        QVERIFY(server->Rows().pName[4]->isVisible());
+        QVERIFY(!server->Rows().pName[5]->isVisible());
         QCOMPARE(app.ends, 0);
     }
 };

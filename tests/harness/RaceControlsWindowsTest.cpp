@@ -44,7 +44,7 @@ private slots:
         Player& host = session.Host();
         auto server = std::make_unique<ServerFRM>(*host);
         server->setAttribute(Qt::WA_DeleteOnClose, false);
-        server->PrepareSession(4);
+        server->PrepareSession(QStringLiteral("Friday Rally"));
 
         std::unique_ptr<ClientFRM> client;
         Player& ann = session.Join(QStringLiteral("Ann"), {}, [&](Player& player) {

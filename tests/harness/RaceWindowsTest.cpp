@@ -40,10 +40,9 @@ private slots:
         SessionHarness session(QStringLiteral("Friday Rally"));
         QVERIFY(session.StartHost(QStringLiteral("Hostess"), 4));
         Player& host = session.Host();
-        host->settings.ServerName = QStringLiteral("Friday Rally");
         auto server = std::make_unique<ServerFRM>(*host);
         server->setAttribute(Qt::WA_DeleteOnClose, false);
-        server->PrepareSession(4);
+        server->PrepareSession(QStringLiteral("Friday Rally"));
 
         std::unique_ptr<ClientFRM> client;
         std::unique_ptr<QSignalSpy> welcomed;
@@ -138,7 +137,7 @@ private slots:
         host->settings.DataInterval = 90;
         auto server = std::make_unique<ServerFRM>(*host);
         server->setAttribute(Qt::WA_DeleteOnClose, false);
-        server->PrepareSession(4);
+        server->PrepareSession(QStringLiteral("Friday Rally"));
         // The host's polling follows its own data interval.
         QCOMPARE(host->sndTimer().interval(), 90);
         Player& ann = session.Join(QStringLiteral("Ann"));
