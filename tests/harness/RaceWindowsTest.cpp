@@ -47,6 +47,7 @@ private slots:
         std::unique_ptr<ClientFRM> client;
         std::unique_ptr<QSignalSpy> welcomed;
         Player& ann = session.Join(QStringLiteral("Ann"), {}, [&](Player& player) {
+            player->stored.client_car = {3, 1, 0};
             client = std::make_unique<ClientFRM>(*player);
             client->setAttribute(Qt::WA_DeleteOnClose, false);
             welcomed = std::make_unique<QSignalSpy>(client.get(), &ClientFRM::welcomed);
@@ -85,7 +86,15 @@ private slots:
         QCOMPARE(server->Rows().status[1]->property("picture").toString(),
                  QStringLiteral(":/status/dummygreen.png"));
 
-        // The host kicks Ann: her window keeps its console but loses the session.
+        // The host kicks Ann: her window keeps its console and her own row but loses the
+        // session.
+        const auto own_row = [&] {
+            return QList<int>{client->Rows().pCar[1]->currentIndex(),
+                              client->Rows().pTrans[1]->currentIndex(),
+                              client->Rows().pTyre[1]->currentIndex()};
+        };
+        const QList<int> own_choice = own_row();
+        QCOMPARE(own_choice.mid(0, 2), QList<int>({3, 1}));
         QComboBox* name_list = server->Rows().pName[1];
         name_list->setCurrentIndex(1);
         emit name_list->activated(1);
@@ -100,12 +109,14 @@ private slots:
                  QStringLiteral(":/status/dummygrey.png"));
         QCOMPARE(Label(*client, "lblNumPlayer"), QString());
         QCOMPARE(Label(*client, "lblServerName"), QString());
+        // Ann's own row keeps her name and car; the host's row and the race it had set show
+        // nothing, and nothing can be chosen.
+        QCOMPARE(client->Rows().pName[1]->currentText(), QStringLiteral("Ann"));
+        QCOMPARE(own_row(), own_choice);
         QVERIFY(!client->Rows().pName[1]->isEnabled());
-        QCOMPARE(client->Rows().pName[1]->currentText(), QStringLiteral("Open"));
-        // The host's row and the race it had set show nothing, and nothing can be chosen.
+        QVERIFY(!client->Rows().pCar[1]->isEnabled());
         QCOMPARE(client->Rows().pName[0]->currentIndex(), -1);
         QCOMPARE(client->Rows().pCar[0]->currentIndex(), -1);
-        QVERIFY(!client->Rows().pCar[1]->isEnabled());
         for (const char* list : {"cmbCountry", "cmbStage", "cmbWeather", "cmbHumid", "cmbWear"}) {
             QCOMPARE(client->findChild<QComboBox*>(QLatin1String(list))->currentIndex(), -1);
         }
