@@ -180,14 +180,21 @@ private slots:
         QCOMPARE(actions[2]->text(), QStringLiteral("Tab Delimited"));
         QCOMPARE(actions[3]->text(), QStringLiteral("HTML Dump"));
 
-        const QString path = window.folder.File(QStringLiteral("page.htm"));
-        window.dialogs.answers << path;
-        actions[3]->trigger();
+        // Each entry writes its own form: padded columns, TAB-separated ones, the page.
+        const auto written = [&](QAction* action, const QString& name) {
+            const QString path = window.folder.File(name);
+            window.dialogs.answers << path;
+            action->trigger();
+            QFile file(path);
+            return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        };
+        QVERIFY(written(actions[1], QStringLiteral("fixed.txt"))
+                    .contains("Name                Car                 Transmission"));
+        QVERIFY(
+            written(actions[2], QStringLiteral("tabs.txt")).contains("Name\tCar\tTransmission\t"));
+        QVERIFY(written(actions[3], QStringLiteral("page.htm")).contains("Tarvex - Club"));
         QCOMPARE(window.dialogs.requests.last().file_name,
                  QStringLiteral("Times 01_02_03 - 11_08_2026.htm"));
-        QFile page(path);
-        QVERIFY(page.open(QIODevice::ReadOnly));
-        QVERIFY(page.readAll().contains("Tarvex - Club"));
     }
 };
 
