@@ -2,7 +2,7 @@
 #include "TestRegistry.h"
 #include "XProgram.h"
 #include "XvfbServer.h"
-#include "game/GameLaunch.h"
+#include "chat/Handover.h"
 #include "game/GameProcess.h"
 #include "game/ProbeGame.h"
 #include "platform/Platform.h"
@@ -345,7 +345,8 @@ private slots:
         // The shell starts programs on Tarvex's own display.
         const QByteArray display = qgetenv("DISPLAY");
         qputenv("DISPLAY", m_display.toLatin1());
-        const bool opened = OpenGameExecutable(*platform.shell, m_executable);
+        // The game path names the executable; the shell starts it in the game's folder.
+        const bool opened = ShellOpen(*platform.shell, m_executable, m_executable);
         qputenv("DISPLAY", display);
         QVERIFY(opened);
         QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
