@@ -30,8 +30,6 @@ private slots:
         QTest::addColumn<QString>("message");
         QTest::newRow("wrong password") << "gate" << 12 << "Gate"
                                         << "Invalid Password";
-        QTest::newRow("no password") << "gate" << 12 << ""
-                                     << "Invalid Password";
         QTest::newRow("full") << "" << 1 << ""
                               << "Session Full";
     }

@@ -28,8 +28,6 @@ private slots:
         QTest::newRow("empty fields") << "-3::::" << true << QStringList{"3", "", "", "", ""};
         QTest::newRow("address only")
             << "-2:host.lan" << true << QStringList{"2", "host.lan", "", "", ""};
-        QTest::newRow("address and port")
-            << "-2:host.lan:2010" << true << QStringList{"2", "host.lan", "2010", "", ""};
         QTest::newRow("three fields")
             << "-2:h:1:Zed" << true << QStringList{"2", "h", "1", "Zed", ""};
         QTest::newRow("unknown mode")
