@@ -54,6 +54,9 @@ private slots:
         QVERIFY(client->Welcomed());
 
         QVERIFY(Box(*server, "cmbCountry")->isEnabled());
+        QVERIFY(
+            server->findChild<QPushButton*>(QStringLiteral("Command1"))->isVisibleTo(server.get()));
+        QVERIFY(!server->findChild<QLabel*>(QStringLiteral("pWeather"))->pixmap().isNull());
         QVERIFY(server->Rows().pCar[0]->isEnabled());
         QVERIFY(!server->Rows().pCar[1]->isEnabled());
         QVERIFY(!server->Rows().pTyre[3]->isEnabled());
