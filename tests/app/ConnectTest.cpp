@@ -179,7 +179,10 @@ private slots:
         const quint16 port = FreeUdpPort();
         QVERIFY(squatter.InitServer(QStringLiteral("First"), 12, port, QString()));
         App app("PORT=" + QByteArray::number(port) + "\nPNUM=20\n");
+        // "-3" only prepares the host role.
         QVERIFY(app.start_up->Start(QStringLiteral("-3")));
+        QCOMPARE(app.start_up->ConnectForm()->windowTitle(), QStringLiteral("Start a Server"));
+        QVERIFY(!app.tarvex->server().IsHosting());
         QCOMPARE(app.Control<QLineEdit>("txtPNUM")->text(), QStringLiteral("12"));
         app.Control<QScrollBar>("scrPlay")->setValue(5);
         app.Click("ConnectCMD");

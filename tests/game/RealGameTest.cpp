@@ -201,25 +201,6 @@ private slots:
         QVERIFY(!game.IsGameRunning());
     }
 
-    void enterAndEscapeDriveTheMenus() {
-        const Platform platform = PlatformOn(m_display);
-        GameProcess game(platform);
-        const QString status = m_folder->File(QStringLiteral("keys.json"));
-        RunningGame running(m_executable, m_display, {}, status);
-        QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
-        game.FindGame();
-        QTRY_VERIFY(game.IsGameForeground());
-        QTRY_COMPARE(LastStatus(status).value(QStringLiteral("menu")).toInt(-1), 0);
-
-        // Enter in the main menu goes to quick rally (10), Escape back to the main menu.
-        platform.desktop->SendKey(13, true);
-        platform.desktop->SendKey(13, false);
-        QTRY_COMPARE(LastStatus(status).value(QStringLiteral("menu")).toInt(-1), 10);
-        platform.desktop->SendKey(27, true);
-        platform.desktop->SendKey(27, false);
-        QTRY_COMPARE(LastStatus(status).value(QStringLiteral("menu")).toInt(-1), 0);
-    }
-
     void closeEndsTheGame() {
         const Platform platform = PlatformOn(m_display);
         GameProcess game(platform);
