@@ -39,6 +39,7 @@ bool ProgramOptions::Parse(QStringList arguments) {
     // The quick-start argument goes before the parser sees it: it would read "-2:host:2005:Dave:"
     // as a bundle of one-letter options, with an "h" asking for help and a "v" for the version.
     m_start_command = TakeStartCommand(arguments);
+    m_program = arguments.value(0);
     // The windowing system has already taken its own options out of the arguments, so what
     // is left and unknown is a mistake worth telling rather than a window opened regardless.
     return m_parser.parse(arguments);
@@ -53,7 +54,15 @@ void ProgramOptions::ShowError() {
 }
 
 bool ProgramOptions::WantsHelp() const {
-    return m_parser.isSet(QStringLiteral("help"));
+    return m_parser.isSet(QStringLiteral("help")) || m_parser.isSet(QStringLiteral("help-all"));
+}
+
+void ProgramOptions::ShowHelp() {
+    if (m_parser.isSet(QStringLiteral("help-all"))) {
+        // Only the parser's own handling lists Qt's options with ours; it prints and exits.
+        m_parser.process(QStringList{m_program, QStringLiteral("--help-all")});
+    }
+    m_parser.showHelp(0);
 }
 
 bool ProgramOptions::WantsVersion() const {

@@ -26,7 +26,7 @@ public:
     // The quick-start argument, empty when there is none.
     const QString& StartCommand() const { return m_start_command; }
 
-    [[noreturn]] void ShowHelp() { m_parser.showHelp(0); }
+    [[noreturn]] void ShowHelp();
     [[noreturn]] void ShowVersion() { m_parser.showVersion(); }
     // The parse error and the usage on the error output, then the end of the program with 2.
     [[noreturn]] void ShowError();
@@ -38,6 +38,7 @@ private:
     QCommandLineOption m_screenshot;
     QCommandLineOption m_probe;
     QString m_start_command;
+    QString m_program;
 };
 
 } // namespace tarvex
