@@ -2,6 +2,7 @@
 #include "TestRegistry.h"
 #include "app/PlayerRows.h"
 #include "net/transport/HostSession.h"
+#include "net/transport/PublicListing.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -94,8 +95,8 @@ private slots:
         QUdpSocket listing;
         QVERIFY(listing.bind(QHostAddress::LocalHost, FreeUdpPort()));
         const quint16 port = FreeUdpPort();
-        App app("PUBLIC=1\nBROADCASTPORT=" + QByteArray::number(listing.localPort()) +
-                "\nPORT=" + QByteArray::number(port) + "\nNAME=Ann\nGNAME=Dune Cup\nPNUM=7\n");
+        App app("PUBLIC=1\nBROADCASTPORT=" + QByteArray::number(listing.localPort()) + "\nPORT=" +
+                QByteArray::number(port) + "\nNAME=Ann\nGNAME=Dune Cup\nPNUM=7\nINTERVAL=90\n");
         QVERIFY(app.start_up->Start(QString()));
         app.Click("ServerCMD");
         ConnectFRM* form = app.start_up->ConnectForm();
@@ -143,6 +144,13 @@ private slots:
                                              "Ann"
                                              "\x01\x01\x0A\xFF",
                                              20));
+        // Once the start signal is given, the listing says the race is on.
+        app.tarvex->flags.StartGiven = 1;
+        app.start_up->ServerForm()->Listing().gTimer_Timer();
+        QVERIFY(listing.waitForReadyRead(5000));
+        QCOMPARE(listing.receiveDatagram().data().right(3), QByteArray("\x02\x0A\xFF", 3));
+        // The host's game polling follows its own data interval.
+        QCOMPARE(app.tarvex->sndTimer().interval(), 90);
 
         // Closing the host window ends the session and the program.
         app.start_up->ServerForm()->close();

@@ -3,15 +3,12 @@
 #include "app/ClientFRM.h"
 #include "app/PlayerRows.h"
 #include "app/ServerFRM.h"
-#include "net/transport/PublicListing.h"
 
 #include <QComboBox>
 #include <QLabel>
-#include <QNetworkDatagram>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTextEdit>
-#include <QUdpSocket>
 #include <memory>
 
 using namespace tarvex;
@@ -135,51 +132,6 @@ private slots:
         QCOMPARE(bob->flags.StartGiven, std::uint8_t(0));
         QCOMPARE(Label(*late, "lblStatus"), QStringLiteral("Status: Race in Session"));
         QVERIFY(!late->Rows().pCar[1]->isEnabled());
-    }
-
-    // The public listing tells whether the race has started: 1 before the start signal, 2 after.
-    void ListsTheSessionAsRacingOnceStarted() {
-        QUdpSocket listener;
-        QVERIFY(listener.bind(QHostAddress::LocalHost, 0));
-        SessionHarness session(QStringLiteral("Friday Rally"));
-        QVERIFY(session.StartHost(QStringLiteral("Hostess"), 4));
-        Player& host = session.Host();
-        host->settings.BroadcastPort = QString::number(listener.localPort());
-        host->settings.DataInterval = 90;
-        auto server = std::make_unique<ServerFRM>(*host);
-        server->setAttribute(Qt::WA_DeleteOnClose, false);
-        server->PrepareSession(QStringLiteral("Friday Rally"));
-        // The host's polling follows its own data interval.
-        QCOMPARE(host->sndTimer().interval(), 90);
-        Player& ann = session.Join(QStringLiteral("Ann"));
-        QVERIFY(ann->client_side().Welcomed());
-
-        const auto next_datagram = [&] {
-            server->Listing().gTimer_Timer();
-            QByteArray bytes;
-            if (SessionHarness::WaitFor([&] { return listener.hasPendingDatagrams(); })) {
-                bytes.resize(listener.pendingDatagramSize());
-                listener.readDatagram(bytes.data(), bytes.size());
-            }
-            return bytes;
-        };
-        server->StartListing();
-        QVERIFY(SessionHarness::WaitFor([&] { return listener.hasPendingDatagrams(); }));
-        while (listener.hasPendingDatagrams()) {
-            listener.receiveDatagram();
-        }
-
-        // Kind, limit, count; then port, two texts, password flag, racing, stage and the end mark.
-        const QByteArray before = next_datagram();
-        QVERIFY(before.size() > 6);
-        QCOMPARE(before.left(3).toHex(' '), QByteArray("05 04 02"));
-        QCOMPARE(int(before.at(before.size() - 3)), 1);
-        host->flags.StartGiven = 1;
-        const QByteArray after = next_datagram();
-        QVERIFY(after.size() > 6);
-        QCOMPARE(int(after.at(after.size() - 3)), 2);
-        QCOMPARE(int(std::uint8_t(after.back())), 255);
-        server->Listing().Stop();
     }
 };
 
