@@ -2,17 +2,15 @@
 // read of the car pose's seven values, single reads, writes (data and code pages) and the game
 // window lookup. Run it under an X server (xvfb-run) to include the lookup.
 
+#include "Measure.h"
 #include "game/GameProcess.h"
 #include "platform/Platform.h"
 #include "platform/linux/XcbConnection.h"
 #include "platform/linux/XcbDesktop.h"
 
 #include <QCoreApplication>
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <functional>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -57,21 +55,7 @@ pid_t StartTarget() {
     return pid;
 }
 
-// Median time per call over several rounds, in microseconds.
-double Measure(int calls, const std::function<void()>& call) {
-    std::vector<double> rounds;
-    for (int round = 0; round < 7; ++round) {
-        const auto start = std::chrono::steady_clock::now();
-        for (int i = 0; i < calls; ++i) {
-            call();
-        }
-        const std::chrono::duration<double, std::micro> spent =
-            std::chrono::steady_clock::now() - start;
-        rounds.push_back(spent.count() / calls);
-    }
-    std::sort(rounds.begin(), rounds.end());
-    return rounds[rounds.size() / 2];
-}
+using bench::Measure;
 
 void Report(const char* what, double microseconds) {
     std::printf("%-44s %9.2f us\n", what, microseconds);

@@ -5,6 +5,8 @@
 
 #include "AddressSpace.h"
 #include "Game.h"
+#include "LocalGame.h"
+#include "Measure.h"
 #include "NativeAddressSpace.h"
 #include "Pose.h"
 #include "TarvexPart.h"
@@ -18,10 +20,8 @@
 #include <QCoreApplication>
 #include <QTemporaryDir>
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <functional>
 #include <random>
 #include <signal.h>
 #include <sys/uio.h>
@@ -33,21 +33,7 @@ using namespace tarvex;
 
 namespace {
 
-// Median time per call over several rounds, in microseconds.
-double Measure(int calls, const std::function<void()>& call) {
-    std::vector<double> rounds;
-    for (int round = 0; round < 7; ++round) {
-        const auto start = std::chrono::steady_clock::now();
-        for (int i = 0; i < calls; ++i) {
-            call();
-        }
-        const std::chrono::duration<double, std::micro> spent =
-            std::chrono::steady_clock::now() - start;
-        rounds.push_back(spent.count() / calls);
-    }
-    std::sort(rounds.begin(), rounds.end());
-    return rounds[rounds.size() / 2];
-}
+using bench::Measure;
 
 void Report(const char* what, double microseconds, double floor = 0) {
     if (floor > 0) {
@@ -234,28 +220,8 @@ Error Follow(int interval_ms, double loss, int stage) {
 
     auto bob_memory = sim::NewMemorySpace();
     sim::Game bob_game(*bob_memory, sim::Options{});
-    auto as_process = [](sim::AddressSpace& space) {
-        struct Memory : ProcessMemory {
-            sim::AddressSpace& space;
-            explicit Memory(sim::AddressSpace& s)
-                : space(s) {}
-            bool Read(std::uint32_t, std::uint32_t a, void* b, std::size_t n) override {
-                return space.Read(a, b, n);
-            }
-            bool ReadGroup(std::uint32_t pid, std::span<const MemoryRegion> regions) override {
-                return std::all_of(regions.begin(), regions.end(), [&](const MemoryRegion& r) {
-                    return Read(pid, r.address, r.buffer, r.size);
-                });
-            }
-            bool Write(std::uint32_t, std::uint32_t a, const void* d, std::size_t n) override {
-                return space.Write(a, d, n);
-            }
-            QString ExecutablePath(std::uint32_t) override { return {}; }
-            bool Terminate(std::uint32_t) override { return false; }
-        };
-        return std::make_shared<Memory>(space);
-    };
-    Side anna(as_process(*anna_memory), 1), bob(as_process(*bob_memory), 2);
+    Side anna(std::make_shared<test::SimProcessMemory>(*anna_memory), 1),
+        bob(std::make_shared<test::SimProcessMemory>(*bob_memory), 2);
     anna.fake.clock->Set(7000000);
     bob.fake.clock->Set(123456);
     anna.roster.LocalSlot = 0;

@@ -56,6 +56,16 @@ struct KnownPose : GhostSide {
     WindowHandle window = 0;
 };
 
+CarStateMsg State(int slot, std::int32_t sent_at, std::array<float, 3> position,
+                  std::array<float, 4> quaternion = {0, 0, 0, 1}) {
+    CarStateMsg msg;
+    msg.slot = std::uint8_t(slot);
+    msg.sent_at = sent_at;
+    msg.quaternion = quaternion;
+    msg.position = position;
+    return msg;
+}
+
 // A player whose game runs in this process, with the ghost car files and patches in place.
 struct PlayerWithGame : GhostSide {
     QTemporaryDir folder;
@@ -81,26 +91,11 @@ struct PlayerWithGame : GhostSide {
     }
     // A car standing still at `at`: four samples 100 ms apart.
     void Park(int slot, tarvex::Vec3 at, std::int32_t sent_at) {
-        CarStateMsg msg;
-        msg.slot = std::uint8_t(slot);
-        msg.quaternion = {0, 0, 0, 1};
-        msg.position = {at.x, at.y, at.z};
         for (int i = 0; i < 4; ++i) {
-            msg.sent_at = sent_at + 100 * i;
-            ghosts.ReceiveCarState(msg);
+            ghosts.ReceiveCarState(State(slot, sent_at + 100 * i, {at.x, at.y, at.z}));
         }
     }
 };
-
-CarStateMsg State(int slot, std::int32_t sent_at, std::array<float, 3> position,
-                  std::array<float, 4> quaternion = {0, 0, 0, 1}) {
-    CarStateMsg msg;
-    msg.slot = std::uint8_t(slot);
-    msg.sent_at = sent_at;
-    msg.quaternion = quaternion;
-    msg.position = position;
-    return msg;
-}
 
 } // namespace
 
