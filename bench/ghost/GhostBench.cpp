@@ -4,9 +4,9 @@
 // data intervals with and without lost car states.
 
 #include "AddressSpace.h"
+#include "BenchSupport.h"
 #include "Game.h"
 #include "LocalGame.h"
-#include "Measure.h"
 #include "NativeAddressSpace.h"
 #include "Pose.h"
 #include "TarvexPart.h"
@@ -47,37 +47,19 @@ void Report(const char* what, double microseconds, double floor = 0) {
 // The game's memory, laid out by the stand-in game at the real addresses in a process of its
 // own, with the car standing somewhere on a slope.
 pid_t StartGameMemory() {
-    int ready[2];
-    if (pipe(ready) != 0) {
-        return -1;
-    }
-    const pid_t pid = fork();
-    if (pid == 0) {
-        sim::NativeAddressSpace memory;
-        char ok = memory.MapRegion(sim::ImageBase, sim::ImageEnd - sim::ImageBase) &&
-                  memory.MapRegion(sim::ModuleBase, sim::ModuleSize) &&
-                  memory.MapRegion(sim::ArenaBase, sim::ArenaSize);
-        if (ok) {
-            sim::Game game(memory, sim::Options{});
-            const std::uint32_t body = game.CarBodyAddress();
-            const float pose[7] = {0.0873f, 0.0f, 0.3f, 0.95f, 812.5f, -233.25f, 41.0f};
-            memory.Write(body + 0x100, pose, 16);
-            memory.Write(body + 0x140, pose + 4, 12);
-            ok = write(ready[1], &ok, 1) == 1;
-            for (;;) {
-                pause();
-            }
+    return bench::StartTarget([] {
+        // Kept for the life of the process, which ends by being killed.
+        auto* memory = new sim::NativeAddressSpace;
+        if (!memory->MapRegion(sim::ImageBase, sim::ImageEnd - sim::ImageBase) ||
+            !memory->MapRegion(sim::ModuleBase, sim::ModuleSize) ||
+            !memory->MapRegion(sim::ArenaBase, sim::ArenaSize)) {
+            return false;
         }
-        ok = write(ready[1], &ok, 1) == 1;
-        _exit(1);
-    }
-    char ok = 0;
-    if (read(ready[0], &ok, 1) != 1 || !ok) {
-        return -1;
-    }
-    close(ready[0]);
-    close(ready[1]);
-    return pid;
+        const sim::Game* game = new sim::Game(*memory, sim::Options{});
+        const std::uint32_t body = game->CarBodyAddress();
+        const float pose[7] = {0.0873f, 0.0f, 0.3f, 0.95f, 812.5f, -233.25f, 41.0f};
+        return memory->Write(body + 0x100, pose, 16) && memory->Write(body + 0x140, pose + 4, 12);
+    });
 }
 
 // Tarvex's side of one machine, with the game found in the given process.

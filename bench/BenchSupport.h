@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <chrono>
 #include <functional>
+#include <signal.h>
+#include <unistd.h>
 #include <vector>
 
 namespace tarvex::bench {
@@ -22,6 +24,31 @@ inline double Measure(int calls, const std::function<void()>& call) {
     }
     std::sort(rounds.begin(), rounds.end());
     return rounds[rounds.size() / 2];
+}
+
+// A process of our own for the benchmarks to reach across the process boundary: a child that
+// runs `prepare` (laying out the memory to be read and written) and then only waits to be
+// killed. Its pid once `prepare` succeeded, -1 otherwise.
+inline pid_t StartTarget(const std::function<bool()>& prepare) {
+    int ready[2];
+    if (pipe(ready) != 0) {
+        return -1;
+    }
+    const pid_t pid = fork();
+    if (pid == 0) {
+        const char ok = prepare() ? 1 : 0;
+        if (write(ready[1], &ok, 1) != 1 || !ok) {
+            _exit(1);
+        }
+        for (;;) {
+            pause();
+        }
+    }
+    char ok = 0;
+    const bool started = read(ready[0], &ok, 1) == 1 && ok;
+    close(ready[0]);
+    close(ready[1]);
+    return started ? pid : -1;
 }
 
 } // namespace tarvex::bench
