@@ -74,16 +74,11 @@ const CarSelection& GameBridge::LocalCar() const {
     return m_is_host ? m_stored.host_car : m_stored.client_car;
 }
 
-std::uint32_t GameBridge::ReadPointer(std::uint32_t address) {
-    const std::uint32_t value = std::uint32_t(m_game.ReadGameLong(address));
-    return m_game.LastResult() != 0 ? value : 0;
-}
-
 std::uint32_t GameBridge::WaitForPointer(std::uint32_t location, float interval_ms) {
     // No time limit: the game publishes these when it is ready, however long that takes. Only
     // a game that has gone away ends the wait, since its memory will never change again.
     for (;;) {
-        if (const std::uint32_t value = ReadPointer(location)) {
+        if (const std::uint32_t value = m_game.ReadGamePointer(location)) {
             return value;
         }
         if (!m_game.IsGameRunning()) {
@@ -116,8 +111,8 @@ bool GameBridge::ApplyGamePatches(WindowHandle hook_button) {
         if (step.kind == PatchKind::ModuleHex && module_base == 0) {
             // M lives in an object the game creates late, behind a pointer of its own.
             for (;;) {
-                const std::uint32_t engine = ReadPointer(texts->engine);
-                module_base = engine ? ReadPointer(engine + kModuleOffset) : 0;
+                const std::uint32_t engine = m_game.ReadGamePointer(texts->engine);
+                module_base = engine ? m_game.ReadGamePointer(engine + kModuleOffset) : 0;
                 if (module_base != 0) {
                     break;
                 }
@@ -174,7 +169,7 @@ void GameBridge::WritePatchStep(const PatchStep& step, std::uint32_t module_base
 }
 
 void GameBridge::WriteEntryTexts(const MenuTexts& texts) {
-    const std::uint32_t block = ReadPointer(texts.text_block);
+    const std::uint32_t block = m_game.ReadGamePointer(texts.text_block);
     if (block == 0) {
         return;
     }
@@ -233,11 +228,11 @@ void GameBridge::GotoRaceMenu(int menu, int return_menu, int selection, int entr
 void GameBridge::GotoMenuOf(std::uint32_t manager_location, std::uint32_t table, int menu,
                             int return_menu, int selection, int entry,
                             const std::array<float, 4>& values, bool make_current) {
-    const std::uint32_t base = ReadPointer(manager_location);
+    const std::uint32_t base = m_game.ReadGamePointer(manager_location);
     if (base == 0) {
         return;
     }
-    const std::uint32_t m = menu != -1 ? ReadPointer(base + table + 4 * std::uint32_t(menu)) : 0;
+    const std::uint32_t m = menu != -1 ? m_game.ReadGamePointer(base + table + 4 * std::uint32_t(menu)) : 0;
     if (entry != -1 && m != 0) {
         m_game.WriteGameLong(m + menu::kHighlight, entry);
     }
@@ -259,7 +254,7 @@ void GameBridge::GotoMenuOf(std::uint32_t manager_location, std::uint32_t table,
     }
     m_game.WriteGameLong(m + menu::kContext, m_game.ReadGameLong(base + manager::kContext));
     if (return_menu != -1) {
-        const std::uint32_t back = ReadPointer(base + table + 4 * std::uint32_t(return_menu));
+        const std::uint32_t back = m_game.ReadGamePointer(base + table + 4 * std::uint32_t(return_menu));
         m_game.WriteGameLong(m + menu::kReturn, std::int32_t(back));
     }
     if (make_current) {
@@ -273,11 +268,11 @@ int GameBridge::CurrentMenuIndex() {
 }
 
 int GameBridge::CurrentMenuIndex(const MenuSystem& menus) {
-    const std::uint32_t base = ReadPointer(menus.menu_base);
+    const std::uint32_t base = m_game.ReadGamePointer(menus.menu_base);
     if (base == 0) {
         return kNoMenu;
     }
-    const std::uint32_t shown = ReadPointer(base + manager::kShown);
+    const std::uint32_t shown = m_game.ReadGamePointer(base + manager::kShown);
     for (int i = 0; i < manager::kTableSize; ++i) {
         const std::int32_t address = m_game.ReadGameLong(base + manager::kMenuTable + 4 * i);
         // A failed read would hand back the shown menu's own value and match by accident.
@@ -324,15 +319,15 @@ void GameBridge::CloseGame() {
 void GameBridge::SaveDataMenu() {
     GotoRaceMenu(kSaveDataMenu, -1, 4, -1, 0, 0, 0, 0, true);
     const MenuSystem* menus = MenuSystemOf(m_game.GetGameBuild());
-    const std::uint32_t base = menus ? ReadPointer(menus->race_menu_base) : 0;
+    const std::uint32_t base = menus ? m_game.ReadGamePointer(menus->race_menu_base) : 0;
     const std::uint32_t m =
-        base ? ReadPointer(base + manager::kRaceMenuTable + 4 * kSaveDataMenu) : 0;
-    const std::uint32_t entries = m ? ReadPointer(m + menu::kEntries) : 0;
+        base ? m_game.ReadGamePointer(base + manager::kRaceMenuTable + 4 * kSaveDataMenu) : 0;
+    const std::uint32_t entries = m ? m_game.ReadGamePointer(m + menu::kEntries) : 0;
     if (entries == 0) {
         return;
     }
     for (std::uint32_t slot : {4u, 8u, 9u}) {
-        if (const std::uint32_t entry = ReadPointer(entries + 4 * slot)) {
+        if (const std::uint32_t entry = m_game.ReadGamePointer(entries + 4 * slot)) {
             m_game.WriteGameLong(entry + menu::kEntryDisabled, 0);
         }
     }
@@ -349,7 +344,7 @@ void GameBridge::MenuTick() {
     }
     const GameBuild build = m_game.GetGameBuild();
     const MenuSystem* menus = MenuSystemOf(build);
-    const std::uint32_t race_block = ReadPointer(RaceBlockLocation(build));
+    const std::uint32_t race_block = m_game.ReadGamePointer(RaceBlockLocation(build));
     if (!menus || race_block == 0 || m_game.ReadGameLong(race_block + kMenuState) != 1 ||
         m_game.LastResult() == 0) {
         return;
@@ -357,7 +352,7 @@ void GameBridge::MenuTick() {
     const Busy busy(m_in_menu_tick);
     const Settings& settings = m_stored.settings;
     const CarSelection& car = LocalCar();
-    const std::uint32_t base = ReadPointer(menus->menu_base);
+    const std::uint32_t base = m_game.ReadGamePointer(menus->menu_base);
 
     if (CurrentMenuIndex(*menus) == kProfileMenu) {
         m_saved_value_b = m_game.ReadGameSingle(menus->value_b);

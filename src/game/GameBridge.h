@@ -95,8 +95,6 @@ private:
     void GotoMenuOf(std::uint32_t manager_location, std::uint32_t table, int menu, int return_menu,
                     int selection, int entry, const std::array<float, 4>& values,
                     bool make_current);
-    // Reads a pointer; 0 when the read failed, so a stale value is never followed.
-    std::uint32_t ReadPointer(std::uint32_t address);
     // Reads the value at `location` until it is non-zero, the event loop running in between;
     // 0 when the game went away first.
     std::uint32_t WaitForPointer(std::uint32_t location, float interval_ms);
