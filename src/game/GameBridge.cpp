@@ -102,6 +102,7 @@ bool GameBridge::ApplyGamePatches(WindowHandle hook_button) {
     if (!texts) {
         return true; // the other builds have nothing to patch
     }
+    const std::uint32_t process = m_game.ProcessId();
     const Settings& settings = m_stored.settings;
     std::uint32_t module_base = 0;
     for (const PatchStep& step : PatchTable(build)) {
@@ -132,6 +133,7 @@ bool GameBridge::ApplyGamePatches(WindowHandle hook_button) {
     if (settings.GhostsDisabled == 0) {
         m_game.WriteGameString(texts->ghost_path, kGhostPath);
     }
+    m_patched_process = process;
     return true;
 }
 
@@ -232,7 +234,8 @@ void GameBridge::GotoMenuOf(std::uint32_t manager_location, std::uint32_t table,
     if (base == 0) {
         return;
     }
-    const std::uint32_t m = menu != -1 ? m_game.ReadGamePointer(base + table + 4 * std::uint32_t(menu)) : 0;
+    const std::uint32_t m =
+        menu != -1 ? m_game.ReadGamePointer(base + table + 4 * std::uint32_t(menu)) : 0;
     if (entry != -1 && m != 0) {
         m_game.WriteGameLong(m + menu::kHighlight, entry);
     }
@@ -254,7 +257,8 @@ void GameBridge::GotoMenuOf(std::uint32_t manager_location, std::uint32_t table,
     }
     m_game.WriteGameLong(m + menu::kContext, m_game.ReadGameLong(base + manager::kContext));
     if (return_menu != -1) {
-        const std::uint32_t back = m_game.ReadGamePointer(base + table + 4 * std::uint32_t(return_menu));
+        const std::uint32_t back =
+            m_game.ReadGamePointer(base + table + 4 * std::uint32_t(return_menu));
         m_game.WriteGameLong(m + menu::kReturn, std::int32_t(back));
     }
     if (make_current) {
@@ -343,6 +347,11 @@ void GameBridge::MenuTick() {
         return;
     }
     const GameBuild build = m_game.GetGameBuild();
+    // The stage reads its weather and tyre through patched code: driving the menus before the
+    // patches are in would load it with the game's own.
+    if (MenuTextsOf(build) && m_patched_process != m_game.ProcessId()) {
+        return;
+    }
     const MenuSystem* menus = MenuSystemOf(build);
     const std::uint32_t race_block = m_game.ReadGamePointer(RaceBlockLocation(build));
     if (!menus || race_block == 0 || m_game.ReadGameLong(race_block + kMenuState) != 1 ||

@@ -77,7 +77,8 @@ public:
     // Opens the in-race save-data menu with its slots usable.
     void SaveDataMenu();
 
-    // One step of the menu automation (mnuTimer).
+    // One step of the menu automation (mnuTimer). In builds 3 and 4 it waits until
+    // ApplyGamePatches has completed for the running game.
     void MenuTick();
     // Acts on the in-race entries the driver chose and refreshes the keep-alive value.
     void PollMenuFlags();
@@ -114,6 +115,8 @@ private:
     GhostCar& m_ghost;
     QTimer* m_menu_timer;
 
+    // The game process the patches were last completed for; the menu automation waits for it.
+    std::uint32_t m_patched_process = 0;
     bool m_game_closing = false;
     bool m_patching = false;
     bool m_in_menu_tick = false;
