@@ -167,7 +167,7 @@ private slots:
         QCOMPARE(s.stage_id, stage);
         QCOMPARE(QString::fromStdString(s.car_name), car_name);
         QCOMPARE(s.setup_car, car);
-        QCOMPARE(s.transmission, transmission);
+        QCOMPARE(s.transmission, transmission - 1); // -1 automatic, 0 manual
         QCOMPARE(s.tyre, tyre);
         QCOMPARE(QString::fromStdString(s.weather), preset);
         QCOMPARE((QList<int>{s.condition, s.humidity, s.wear, s.damage}), event);
@@ -285,10 +285,10 @@ private slots:
         QCOMPARE(QDir(m.game.Folder().File(QStringLiteral("CARS"))).exists(), ghosts);
 
         // The game sees exactly the rows the settings call for.
-        std::set<int> rows = {17, 18, 19, 20, 21, 25, 26, 27, 28, 29, 30, 31,
-                              32, 33, 34, 35, 36, 39, 40, 47, 49, 51, 53};
+        std::set<int> rows = {1,  17, 18, 19, 20, 21, 25, 26, 27, 28, 29, 30, 31, 32, 33,
+                              34, 35, 36, 39, 40, 41, 42, 43, 44, 45, 46, 47, 49, 51, 53};
         if (ghosts) {
-            rows.insert({2, 3, 4, 5, 23});
+            rows.insert({2, 3, 4, 5, 10, 11, 12, 13, 14, 23, 24});
         }
         if (clock) {
             rows.insert({15, 16});
@@ -297,8 +297,10 @@ private slots:
             rows.insert(38);
         }
         m.game.RunUntil([] { return false; }, 100);
-        const std::vector<int> seen = m.game.Status().patches;
-        QCOMPARE(std::set<int>(seen.begin(), seen.end()), rows);
+        const sim::Status status = m.game.Status();
+        QCOMPARE(std::set<int>(status.patches.begin(), status.patches.end()), rows);
+        QCOMPARE(status.flags, (std::array<std::uint32_t, 3>{0, 0, 0}));
+        QCOMPARE(status.box, GameBridge::kNormalBox);
         QCOMPARE(m.hook_clicks > 0, ghosts); // the game posts clicks once the hook is in
 
         // Every set-up writes the respawn-penalty bytes, both ways.
@@ -384,7 +386,13 @@ private slots:
             QCOMPARE(m.game.Folder().Read(QStringLiteral("cars/Ghost/") + name), asset.readAll());
         }
         QVERIFY(!QDir(m.game.Folder().File(QStringLiteral("CARS"))).exists());
-        QVERIFY(m.game.Status().ghosts_loaded);
+        // The game reads all four in our asset format.
+        const sim::Status loaded = m.game.Status();
+        QCOMPARE(loaded.ghost_files.size(), std::size_t(4));
+        for (const auto& [role, verdict] : loaded.ghost_files) {
+            QVERIFY2(verdict == "ok", (role + ": " + verdict).c_str());
+        }
+        QVERIFY(loaded.ghosts_loaded);
 
         // A ghost placed at the car is drawn.
         sim::AddressSpace& memory = m.game.Memory();
