@@ -6,10 +6,9 @@
 #include "game/PatchTable.h"
 
 #include <QObject>
+#include <QTimer>
 #include <array>
 #include <cstdint>
-
-class QTimer;
 
 namespace tarvex {
 
