@@ -5,6 +5,7 @@
 #include "game/GhostCar.h"
 #include "platform/Platform.h"
 
+#include <QScopedValueRollback>
 #include <QTimer>
 #include <bit>
 
@@ -38,21 +39,6 @@ bool Applies(PatchWhen when, const Settings& settings) {
     }
     return false;
 }
-
-// Clears a flag when the scope ends, however it ends.
-class Busy {
-public:
-    explicit Busy(bool& flag)
-        : m_flag(flag) {
-        m_flag = true;
-    }
-    ~Busy() { m_flag = false; }
-    Busy(const Busy&) = delete;
-    Busy& operator=(const Busy&) = delete;
-
-private:
-    bool& m_flag;
-};
 
 } // namespace
 
@@ -93,7 +79,7 @@ bool GameBridge::ApplyGamePatches(WindowHandle hook_button) {
     if (m_patching) {
         return false;
     }
-    const Busy busy(m_patching);
+    const QScopedValueRollback busy(m_patching, true);
     if (!m_game.IsGameRunning()) {
         return false;
     }
@@ -358,7 +344,7 @@ void GameBridge::MenuTick() {
         m_game.LastResult() == 0) {
         return;
     }
-    const Busy busy(m_in_menu_tick);
+    const QScopedValueRollback busy(m_in_menu_tick, true);
     const Settings& settings = m_stored.settings;
     const CarSelection& car = LocalCar();
     const std::uint32_t base = m_game.ReadGamePointer(menus->menu_base);

@@ -1,6 +1,7 @@
 #include "game/GameBridge.h"
 
 #include "InProcessGame.h"
+#include "RaceReadySettings.h"
 #include "TestRegistry.h"
 #include "app/GhostMenu.h"
 #include "ghost/GhostFiles.h"
@@ -31,16 +32,7 @@ struct Machine {
     explicit Machine(int build, bool host = true)
         : game(OfBuild(build))
         , is_host(host) {
-        Settings& s = stored.settings;
-        s.GhostsDisabled = 0;
-        s.ShowGhost = 1;
-        s.ClockWhenPaused = 1;
-        s.ShowSplits = 1;
-        s.BypassProfile = 1;
-        s.ProfileSlot = 2;
-        s.GhostModel = 3;
-        stored.race.StageId = 10;
-        stored.race.WeatherPresetName = QStringLiteral("10O_N_nosnow_lightcloud");
+        stored.settings.GhostModel = 3;
         hook = platform.desktop->CreateHookButton([this] { ++hook_clicks; });
     }
 
@@ -72,7 +64,7 @@ struct Machine {
 
     InProcessGame game;
     Platform platform = game.TarvexPlatform();
-    StoredSettings stored;
+    StoredSettings stored = test::RaceReadySettings(2);
     bool is_host;
     GameProcess process{platform};
     GhostFiles ghost{process, stored.settings};

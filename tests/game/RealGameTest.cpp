@@ -1,3 +1,4 @@
+#include "RaceReadySettings.h"
 #include "TempFolder.h"
 #include "TestRegistry.h"
 #include "XProgram.h"
@@ -396,13 +397,8 @@ private slots:
         QFETCH(int, build);
         const Platform platform = PlatformOn(m_display);
         GameProcess game(platform);
-        StoredSettings stored;
+        StoredSettings stored = test::RaceReadySettings();
         Settings& settings = stored.settings;
-        settings.ShowGhost = 1;
-        settings.ClockWhenPaused = 1;
-        settings.ShowSplits = 1;
-        settings.BypassProfile = 1;
-        settings.ProfileSlot = 0;
         stored.race.StageId = 41;
         stored.race.WeatherPresetName = QStringLiteral("41M_crisp_clear");
         stored.race.Humidity = 1;
