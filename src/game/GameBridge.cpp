@@ -60,14 +60,16 @@ const CarSelection& GameBridge::LocalCar() const {
     return m_is_host ? m_stored.host_car : m_stored.client_car;
 }
 
-std::uint32_t GameBridge::WaitForPointer(std::uint32_t location, float interval_ms) {
+std::uint32_t GameBridge::WaitForPointer(const std::function<std::uint32_t()>& read,
+                                         WindowHandle window, float interval_ms) {
     // No time limit: the game publishes these when it is ready, however long that takes. Only
-    // a game that has gone away ends the wait, since its memory will never change again.
+    // the game window going away ends the wait: that game's memory will never change again,
+    // and a game started anew is patched afresh.
     for (;;) {
-        if (const std::uint32_t value = m_game.ReadGamePointer(location)) {
+        if (const std::uint32_t value = read()) {
             return value;
         }
-        if (!m_game.IsGameRunning()) {
+        if (!m_desktop.IsWindow(window)) {
             return 0;
         }
         m_game.WaitMs(interval_ms);
@@ -89,6 +91,7 @@ bool GameBridge::ApplyGamePatches(WindowHandle hook_button) {
         return true; // the other builds have nothing to patch
     }
     const std::uint32_t process = m_game.ProcessId();
+    const WindowHandle window = m_game.Window();
     const Settings& settings = m_stored.settings;
     std::uint32_t module_base = 0;
     for (const PatchStep& step : PatchTable(build)) {
@@ -97,22 +100,22 @@ bool GameBridge::ApplyGamePatches(WindowHandle hook_button) {
         }
         if (step.kind == PatchKind::ModuleHex && module_base == 0) {
             // M lives in an object the game creates late, behind a pointer of its own.
-            for (;;) {
+            const auto read_module = [this, texts] {
                 const std::uint32_t engine = m_game.ReadGamePointer(texts->engine);
-                module_base = engine ? m_game.ReadGamePointer(engine + kModuleOffset) : 0;
-                if (module_base != 0) {
-                    break;
-                }
-                if (!m_game.IsGameRunning()) {
-                    return false;
-                }
-                m_game.WaitMs(kModulePollMs);
+                return engine ? m_game.ReadGamePointer(engine + kModuleOffset) : 0;
+            };
+            module_base = WaitForPointer(read_module, window, kModulePollMs);
+            if (module_base == 0) {
+                return false;
             }
         }
         WritePatchStep(step, module_base, hook_button);
     }
 
-    if (WaitForPointer(texts->text_block, kTextBlockPollMs) == 0) {
+    const auto read_text_block = [this, texts] {
+        return m_game.ReadGamePointer(texts->text_block);
+    };
+    if (WaitForPointer(read_text_block, window, kTextBlockPollMs) == 0) {
         return false;
     }
     WriteEntryTexts(*texts);

@@ -9,6 +9,7 @@
 #include <QTimer>
 #include <array>
 #include <cstdint>
+#include <functional>
 
 namespace tarvex {
 
@@ -95,9 +96,10 @@ private:
     void GotoMenuOf(std::uint32_t manager_location, std::uint32_t table, int menu, int return_menu,
                     int selection, int entry, const std::array<float, 4>& values,
                     bool make_current);
-    // Reads the value at `location` until it is non-zero, the event loop running in between;
-    // 0 when the game went away first.
-    std::uint32_t WaitForPointer(std::uint32_t location, float interval_ms);
+    // Reads until the value is non-zero, the event loop running in between; 0 when the game
+    // window went away first.
+    std::uint32_t WaitForPointer(const std::function<std::uint32_t()>& read, WindowHandle window,
+                                 float interval_ms);
     void WritePatchStep(const PatchStep& step, std::uint32_t module_base, WindowHandle hook_button);
     void WriteEntryTexts(const gamemap::MenuTexts& texts);
     int CurrentMenuIndex(const gamemap::MenuSystem& menus);

@@ -306,6 +306,15 @@ private slots:
                  QByteArray::fromHex(b3 ? "F30F118640010000" : "d99e40010000"));
     }
 
+    void patchingEndsWhenTheGameGoes() {
+        // Closed before it published what the patches wait for: no endless wait, nothing done.
+        Machine m(3);
+        m.game.Every(500, [&m] { m.game.Fake().desktop->CloseWindow(m.game.Window()); });
+        QVERIFY(!m.bridge.ApplyGamePatches(m.hook));
+        QVERIFY(!m.game.Running());
+        QVERIFY(m.game.NowMs() < 1500);
+    }
+
     void inRaceEntriesActOnTheirChoice_data() {
         QTest::addColumn<int>("build");
         QTest::newRow("build 3") << 3;
