@@ -56,7 +56,9 @@ public:
     // The session's stage, weather and the local car into the game's set-up block (builds 3, 4).
     void WriteRaceSetup();
 
-    // Sets a front-end menu up; -1 leaves an item unchanged (see the source for the order).
+    // Sets a front-end menu up: its highlighted entry, the manager's four values, the menu's
+    // selection, context and return menu, and with `make_current` shows it. -1 leaves an item
+    // unchanged.
     void GotoMenu(int menu, int return_menu, int selection, int entry, float v1, float v2, float v3,
                   float v4, bool make_current);
     // The same on the in-race menus.
