@@ -51,9 +51,17 @@ SettingsFRM::SettingsFRM(Tarvex& tarvex, QWidget* owner)
     intScroll->setMinimumWidth(fontMetrics().horizontalAdvance(QLatin1Char('0')) * 24);
     connect(intScroll, &QScrollBar::sliderMoved, this,
             [this](int value) { lblInt->setText(GameOptions::IntervalText(value)); });
-    connect(intScroll, &QScrollBar::valueChanged, this, [this](int value) {
-        lblInt->setText(GameOptions::IntervalText(value));
-        m_options.intScroll_Change(value);
+    connect(intScroll, &QScrollBar::valueChanged, this, &SettingsFRM::intScroll_Change);
+    // An interval from outside the bar's range (a hand-edited file) sits at the nearer end of
+    // it: the label tells that end once the handle is taken, and letting go there without
+    // moving it chooses it.
+    connect(intScroll, &QScrollBar::sliderPressed, this,
+            [this] { lblInt->setText(GameOptions::IntervalText(intScroll->sliderPosition())); });
+    connect(intScroll, &QScrollBar::sliderReleased, this, [this] {
+        const int value = intScroll->sliderPosition();
+        if (value == intScroll->value() && value != m_options.DataInterval()) {
+            intScroll_Change(value);
+        }
     });
     server->addWidget(lblInt);
     server->addWidget(intScroll);
@@ -242,6 +250,11 @@ void SettingsFRM::ShowServerOptions() {
 void SettingsFRM::ShowNameBars() {
     scrNameO->setEnabled(m_options.NameBarsEnabled());
     scrNameH->setEnabled(m_options.NameBarsEnabled());
+}
+
+void SettingsFRM::intScroll_Change(int value) {
+    lblInt->setText(GameOptions::IntervalText(value));
+    m_options.intScroll_Change(value);
 }
 
 void SettingsFRM::Command2_Click() {

@@ -78,6 +78,7 @@ private:
     void ShowServerOptions();
     void ShowNameBars();
 
+    void intScroll_Change(int value);
     void Command2_Click();
 
     GameOptions m_options;
