@@ -186,9 +186,9 @@ private slots:
         SessionHarness session;
         QVERIFY(session.StartHost(QStringLiteral("Hostess"), 4));
         Player& host = session.Host();
-        // Below the bar's range, as a hand-edited file may have it: opening the dialog must not
+        // Beyond the bar's range, as a hand-edited file may have it: opening the dialog must not
         // change it.
-        host->settings.DataInterval = 30;
+        host->settings.DataInterval = 1000;
         ServerFRM server(*host);
         server.setAttribute(Qt::WA_DeleteOnClose, false);
         server.PrepareSession(4);
@@ -198,7 +198,7 @@ private slots:
             client->setAttribute(Qt::WA_DeleteOnClose, false);
         });
         QVERIFY(client->Welcomed());
-        QVERIFY(SessionHarness::WaitFor([&] { return ann->settings.DataInterval == 30; }));
+        QVERIFY(SessionHarness::WaitFor([&] { return ann->settings.DataInterval == 1000; }));
         QSignalSpy game_data(&ann->client_side(), &ClientSide::GameDataReceived);
 
         SettingsFRM* hosts = OpenOptions(&server);
@@ -209,9 +209,9 @@ private slots:
         QVERIFY(anns);
         QVERIFY(!Child(anns, "chkVote")->isVisibleTo(anns));
         QVERIFY(Child(hosts, "chkVote")->isVisibleTo(hosts));
-        QCOMPARE(anns->lblInt->text(), QStringLiteral("Data Intervals: 30 ms"));
-        QCOMPARE(hosts->lblInt->text(), QStringLiteral("Data Intervals: 30 ms"));
-        QCOMPARE(host->settings.DataInterval, std::int16_t(30));
+        QCOMPARE(anns->lblInt->text(), QStringLiteral("Data Intervals: 1000 ms"));
+        QCOMPARE(hosts->lblInt->text(), QStringLiteral("Data Intervals: 1000 ms"));
+        QCOMPARE(host->settings.DataInterval, std::int16_t(1000));
         QCOMPARE(hosts->cmbCompress->itemText(5), QStringLiteral("Extremely High!"));
 
         for (const Expected& row : ServerOptions()) {
@@ -230,7 +230,7 @@ private slots:
         QCOMPARE(ann->settings.VoteAllowed, std::uint8_t(0));
 
         // The bar shows the value while it is dragged; the interval changes where it is let go.
-        for (const auto& [right, interval] : {std::pair{true, 50}, std::pair{false, 500}}) {
+        for (const auto& [right, interval] : {std::pair{false, 500}, std::pair{true, 50}}) {
             const int before = host->settings.DataInterval;
             DragToEnd(hosts->intScroll, right, [&] {
                 QCOMPARE(hosts->lblInt->text(),
@@ -250,7 +250,7 @@ private slots:
         anns->Options().Change(*GameOptions::Control(QStringLiteral("chkGhost")), 0);
         anns->Options().intScroll_Change(70);
         QCOMPARE(ann->settings.GhostsDisabled, std::uint8_t(1));
-        QCOMPARE(ann->settings.DataInterval, std::int16_t(500));
+        QCOMPARE(ann->settings.DataInterval, std::int16_t(50));
 
         for (auto [form, role] : {std::pair{hosts, "host"}, std::pair{anns, "client"}}) {
             QVERIFY(QTest::qWaitForWindowExposed(form));
