@@ -41,26 +41,28 @@ SettingsFRM::SettingsFRM(Tarvex& tarvex, QWidget* owner)
     lblInt->setObjectName(QStringLiteral("lblInt"));
     intScroll = new QScrollBar(Qt::Horizontal, fraServer);
     intScroll->setObjectName(QStringLiteral("intScroll"));
-    // Slow at the left, fast at the right: moving right shortens the interval.
-    intScroll->setRange(GameOptions::kFastestInterval, GameOptions::kSlowestInterval);
-    intScroll->setInvertedAppearance(true);
+    // Slow at the left, fast at the right: moving right shortens the interval. The bar counts
+    // the interval negated rather than drawing itself reversed, which not every style does for
+    // a scroll bar.
+    intScroll->setRange(-GameOptions::kSlowestInterval, -GameOptions::kFastestInterval);
     intScroll->setSingleStep(10);
     intScroll->setPageStep(50);
     // A drag only shows the value; the interval changes, and goes out, where the bar is let go.
     intScroll->setTracking(false);
     intScroll->setMinimumWidth(fontMetrics().horizontalAdvance(QLatin1Char('0')) * 24);
     connect(intScroll, &QScrollBar::sliderMoved, this,
-            [this](int value) { lblInt->setText(GameOptions::IntervalText(value)); });
-    connect(intScroll, &QScrollBar::valueChanged, this, &SettingsFRM::intScroll_Change);
+            [this](int position) { lblInt->setText(GameOptions::IntervalText(-position)); });
+    connect(intScroll, &QScrollBar::valueChanged, this,
+            [this](int position) { intScroll_Change(-position); });
     // An interval from outside the bar's range (a hand-edited file) sits at the nearer end of
     // it: the label tells that end once the handle is taken, and letting go there without
     // moving it chooses it.
     connect(intScroll, &QScrollBar::sliderPressed, this,
-            [this] { lblInt->setText(GameOptions::IntervalText(intScroll->sliderPosition())); });
+            [this] { lblInt->setText(GameOptions::IntervalText(-intScroll->sliderPosition())); });
     connect(intScroll, &QScrollBar::sliderReleased, this, [this] {
-        const int value = intScroll->sliderPosition();
-        if (value == intScroll->value() && value != m_options.DataInterval()) {
-            intScroll_Change(value);
+        const int position = intScroll->sliderPosition();
+        if (position == intScroll->value() && -position != m_options.DataInterval()) {
+            intScroll_Change(-position);
         }
     });
     server->addWidget(lblInt);
@@ -228,7 +230,7 @@ void SettingsFRM::ShowOption(const Binding& binding) {
 
 void SettingsFRM::ShowInterval() {
     const QSignalBlocker blocker(intScroll);
-    intScroll->setValue(m_options.DataInterval());
+    intScroll->setValue(-m_options.DataInterval());
     // The labels grey out with their locked controls, so the whole frame reads as the host's.
     for (QWidget* widget : {static_cast<QWidget*>(intScroll), static_cast<QWidget*>(lblInt),
                             static_cast<QWidget*>(lblCompress)}) {
@@ -252,9 +254,9 @@ void SettingsFRM::ShowNameBars() {
     scrNameH->setEnabled(m_options.NameBarsEnabled());
 }
 
-void SettingsFRM::intScroll_Change(int value) {
-    lblInt->setText(GameOptions::IntervalText(value));
-    m_options.intScroll_Change(value);
+void SettingsFRM::intScroll_Change(int milliseconds) {
+    lblInt->setText(GameOptions::IntervalText(milliseconds));
+    m_options.intScroll_Change(milliseconds);
 }
 
 void SettingsFRM::Command2_Click() {

@@ -78,7 +78,7 @@ private:
     void ShowServerOptions();
     void ShowNameBars();
 
-    void intScroll_Change(int value);
+    void intScroll_Change(int milliseconds);
     void Command2_Click();
 
     GameOptions m_options;
