@@ -190,7 +190,7 @@ private slots:
         host->settings.DataInterval = 1000;
         ServerFRM server(*host);
         server.setAttribute(Qt::WA_DeleteOnClose, false);
-        server.PrepareSession(4);
+        server.PrepareSession(QStringLiteral("Harness"));
         std::unique_ptr<ClientFRM> client;
         Player& ann = session.Join(QStringLiteral("Ann"), {}, [&](Player& player) {
             client = std::make_unique<ClientFRM>(*player);
