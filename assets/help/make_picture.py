@@ -10,7 +10,7 @@ import os
 import sys
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
-from pngfile import write_png  # noqa: E402
+from pngfile import mix, paint, write_png  # noqa: E402
 
 W, H = 880, 560
 
@@ -109,27 +109,9 @@ def draw_centred(img, cx, y, text, colour, scale):
     draw_text(img, cx - text_width(text, scale) // 2, y, text, colour, scale)
 
 
-def mix(a, b, t):
-    return tuple(int(round(x + (y - x) * t)) for x, y in zip(a, b))
-
-
 def fill_rect(img, x, y, w, h, colour):
     for row in img[y:y + h]:
         row[x:x + w] = [colour] * w
-
-
-def paint(img, colour, inside, box, samples=4):
-    # Supersampled coverage within the shape's box gives soft edges without an imaging library.
-    x0, y0, x1, y1 = (int(v) for v in box)
-    for y in range(max(y0, 0), min(y1 + 1, H)):
-        for x in range(max(x0, 0), min(x1 + 1, W)):
-            hits = sum(
-                inside(x + (i + 0.5) / samples, y + (j + 0.5) / samples)
-                for i in range(samples)
-                for j in range(samples)
-            )
-            if hits:
-                img[y][x] = mix(img[y][x], colour, hits / samples**2)
 
 
 def rounded(x, y, w, h, r):
