@@ -13,6 +13,7 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
     , client_race(RaceChoices::Form::Client, race, stored.client_car, SystemRandom())
     , m_platform(std::move(platform))
     , m_config_folder(std::move(config_folder))
+    , m_bridge(new GameBridge(m_platform, m_game, stored, IsHost, m_ghost_files, this))
     , m_server(new HostSession(m_platform.dialogs, this))
     , m_client(new ClientSession(m_platform.dialogs, this))
     , m_server_side(
@@ -30,6 +31,7 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
             [this] { m_server_side->SendGameData(CurrentGameData()); });
     connect(m_client_side, &ClientSide::ChatLine, &console, &ChatConsole::DisplayMsg);
     connect(m_client_side, &ClientSide::SystemLine, &console, &ChatConsole::DisplayText);
+    m_ghosts.SetGameClosing([this] { return m_bridge->GameClosing(); });
     m_ghosts.SetSender([this](const CarStateMsg& state) {
         if (IsHost) {
             m_server_side->SendCarState(state);

@@ -2,8 +2,10 @@
 
 #include "app/Settings.h"
 #include "chat/ChatConsole.h"
+#include "game/GameBridge.h"
 #include "game/GameProcess.h"
 #include "ghost/GhostExchange.h"
+#include "ghost/GhostFiles.h"
 #include "net/ClientSide.h"
 #include "net/Roster.h"
 #include "net/ServerSide.h"
@@ -65,6 +67,10 @@ public:
 
     // The running game as this copy reaches it.
     GameProcess& game() { return m_game; }
+    // The ghost car files and model slot of this copy's game.
+    GhostFiles& ghost_files() { return m_ghost_files; }
+    // What this copy writes into its game: set-up, patches, menu automation (mnuTimer).
+    GameBridge& bridge() { return *m_bridge; }
     // The other players' cars as ghosts in that game; our car state goes out through the
     // session of the role played.
     GhostExchange& ghosts() { return m_ghosts; }
@@ -92,6 +98,8 @@ private:
     Platform m_platform;
     QString m_config_folder;
     GameProcess m_game{m_platform};
+    GhostFiles m_ghost_files{m_game, settings};
+    GameBridge* m_bridge;
     GhostExchange m_ghosts{m_game, *m_platform.clock, roster, settings};
     HostSession* m_server;
     ClientSession* m_client;

@@ -7,7 +7,6 @@
 #include "platform/Clock.h"
 
 #include <cmath>
-#include <optional>
 
 namespace tarvex {
 
@@ -145,17 +144,13 @@ void GhostExchange::InitGhostSlots() {
     m_objects.fill(0);
     // Each link of the chain must be read, and be an address: a stale value from a failed
     // read would send the ghosts' writes somewhere else in the game.
-    auto follow = [this](std::uint32_t address) -> std::uint32_t {
-        const std::uint32_t value = std::uint32_t(m_game.ReadGameLong(address));
-        return m_game.LastResult() != 0 ? value : 0;
-    };
-    std::uint32_t table = follow(EngineAt(m_build));
+    std::uint32_t table = m_game.ReadGamePointer(EngineAt(m_build));
     for (std::uint32_t offset : {0x18u, 0x258u, 0x98u}) {
-        table = table != 0 ? follow(table + offset) : 0;
+        table = table != 0 ? m_game.ReadGamePointer(table + offset) : 0;
     }
     if (table != 0) {
         for (int k = 0; k < GhostObjects; ++k) {
-            const std::uint32_t object = follow(table + 4 * std::uint32_t(k));
+            const std::uint32_t object = m_game.ReadGamePointer(table + 4 * std::uint32_t(k));
             if (object == 0) {
                 continue;
             }
@@ -212,22 +207,17 @@ void GhostExchange::UpdateNameTag() {
     if (m_build < 1 || m_build > 4) {
         return;
     }
-    auto follow = [this](std::uint32_t address) -> std::optional<std::uint32_t> {
-        const std::uint32_t value = std::uint32_t(m_game.ReadGameLong(address));
-        if (m_game.LastResult() == 0) {
-            return std::nullopt;
-        }
-        return value;
-    };
-    const auto race_block = follow(RaceBlockAt[std::size_t(m_build - 1)]);
-    const auto camera_object = race_block ? follow(*race_block + RaceCamera) : std::nullopt;
-    const auto camera = camera_object ? follow(*camera_object + 0x10) : std::nullopt;
-    if (!camera) {
+    const std::uint32_t race_block = m_game.ReadGamePointer(RaceBlockAt[std::size_t(m_build - 1)]);
+    const std::uint32_t camera_object =
+        race_block != 0 ? m_game.ReadGamePointer(race_block + RaceCamera) : 0;
+    const std::uint32_t camera =
+        camera_object != 0 ? m_game.ReadGamePointer(camera_object + 0x10) : 0;
+    if (camera == 0) {
         return;
     }
     std::array<std::uint32_t, 12> addresses;
     for (std::size_t i = 0; i < addresses.size(); ++i) {
-        addresses[i] = *camera + CameraRowsAt + 4 * std::uint32_t(i);
+        addresses[i] = camera + CameraRowsAt + 4 * std::uint32_t(i);
     }
     CameraRows rows;
     m_game.ReadGameSingles(addresses, rows);
@@ -243,7 +233,7 @@ void GhostExchange::UpdateNameTag() {
         }
     }
     const auto place = PlaceNameTag(rows, ghosts, m_settings.NameHeight, m_settings.NameOpacity);
-    m_name_tag.Write(m_game, m_build, *race_block, place,
+    m_name_tag.Write(m_game, m_build, race_block, place,
                      place ? m_roster[place->slot].Name : QString());
 }
 

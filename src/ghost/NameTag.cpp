@@ -1,5 +1,7 @@
 #include "ghost/NameTag.h"
 
+#include "game/GameText.h"
+
 #include <algorithm>
 #include <numbers>
 
@@ -30,18 +32,9 @@ constexpr float ScreenWidth = 640.0f;
 constexpr float ScreenHeight = 480.0f;
 constexpr float FarAway = 100000.0f;
 
-// The text as the game reads it: each character as two bytes, low byte first, then a 16-bit
-// terminator; characters beyond Latin-1 come out as '?'.
-QByteArray Widened(const QString& text) {
-    QByteArray wide;
-    wide.reserve(2 * text.size() + 2);
-    for (QChar c : text) {
-        wide += char(c.unicode() <= 0xFF ? c.unicode() : u'?');
-        wide += '\0';
-    }
-    wide += '\0';
-    wide += '\0';
-    return wide;
+template <class T>
+QByteArray BytesOf(T value) {
+    return QByteArray(reinterpret_cast<const char*>(&value), sizeof value);
 }
 
 } // namespace
@@ -91,12 +84,12 @@ std::optional<NameTagPlace> PlaceNameTag(const CameraRows& camera,
     return std::nullopt;
 }
 
-void NameTagWriter::Put(GameProcess& game, std::uint32_t address, const QByteArray& bytes) {
+bool NameTagWriter::Unchanged(std::uint32_t address, const QByteArray& bytes) const {
     const auto written = m_written.constFind(address);
-    if (written != m_written.cend() && *written == bytes) {
-        return;
-    }
-    game.WriteGameString(address, QString::fromLatin1(bytes));
+    return written != m_written.cend() && *written == bytes;
+}
+
+void NameTagWriter::Note(const GameProcess& game, std::uint32_t address, const QByteArray& bytes) {
     if (game.LastResult() != 0) {
         m_written.insert(address, bytes);
     } else {
@@ -105,7 +98,17 @@ void NameTagWriter::Put(GameProcess& game, std::uint32_t address, const QByteArr
 }
 
 void NameTagWriter::PutSingle(GameProcess& game, std::uint32_t address, float value) {
-    Put(game, address, QByteArray(reinterpret_cast<const char*>(&value), sizeof value));
+    if (!Unchanged(address, BytesOf(value))) {
+        game.WriteGameSingle(address, value);
+        Note(game, address, BytesOf(value));
+    }
+}
+
+void NameTagWriter::PutByte(GameProcess& game, std::uint32_t address, std::uint8_t value) {
+    if (!Unchanged(address, BytesOf(value))) {
+        game.WriteGameByte(address, value);
+        Note(game, address, BytesOf(value));
+    }
 }
 
 void NameTagWriter::Write(GameProcess& game, GameBuild build, std::uint32_t race_block,
@@ -120,12 +123,18 @@ void NameTagWriter::Write(GameProcess& game, GameBuild build, std::uint32_t race
     }
     const TagOperands& at = Operands[std::size_t(build - 1)];
     float a1 = -480.0f, a2 = -640.0f, a4 = 18.0f, opacity = 0.0f;
-    char a5 = 0;
+    std::uint8_t a5 = 0;
     if (place) {
         const std::uint32_t buffer = NameBuffer[std::size_t(build - 1)];
-        Put(game, buffer, Widened(name));
-        Put(game, race_block + TagText,
-            QByteArray(reinterpret_cast<const char*>(&buffer), sizeof buffer));
+        const QByteArray text = WidenForGame(name);
+        if (!Unchanged(buffer, text)) {
+            WriteGameText(game, buffer, name);
+            Note(game, buffer, text);
+        }
+        if (!Unchanged(race_block + TagText, BytesOf(buffer))) {
+            game.WriteGameLong(race_block + TagText, std::int32_t(buffer));
+            Note(game, race_block + TagText, BytesOf(buffer));
+        }
         a1 = place->y - 10.0f;
         // Centred on the ghost: the game draws about ten pixels per character.
         a2 = ScreenWidth - place->x - 5.0f * float(name.size());
@@ -138,8 +147,8 @@ void NameTagWriter::Write(GameProcess& game, GameBuild build, std::uint32_t race
     PutSingle(game, at.minus_one_b, -1.0f);
     PutSingle(game, at.a1, a1 + 1.0f);
     PutSingle(game, at.a2, a2 + 5.0f);
-    Put(game, at.a5, QByteArray(1, a5));
-    Put(game, at.eighteen, QByteArray(1, char(18)));
+    PutByte(game, at.a5, a5);
+    PutByte(game, at.eighteen, 18);
     PutSingle(game, race_block + TagOpacity, opacity);
 }
 

@@ -43,8 +43,11 @@ public:
     void Forget() { m_written.clear(); }
 
 private:
-    void Put(GameProcess& game, std::uint32_t address, const QByteArray& bytes);
+    bool Unchanged(std::uint32_t address, const QByteArray& bytes) const;
+    // Remembers what a write left at `address`: the bytes when it landed, nothing otherwise.
+    void Note(const GameProcess& game, std::uint32_t address, const QByteArray& bytes);
     void PutSingle(GameProcess& game, std::uint32_t address, float value);
+    void PutByte(GameProcess& game, std::uint32_t address, std::uint8_t value);
 
     std::uint32_t m_process_id = 0, m_race_block = 0;
     QHash<std::uint32_t, QByteArray> m_written;

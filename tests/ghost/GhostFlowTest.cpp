@@ -19,18 +19,23 @@ constexpr std::uint32_t kPid = 4242;
 constexpr int kFrameMs = 10;
 constexpr int kFramesPerSample = 15; // the default data interval, 150 ms
 
-// One player on the stage: a copy of Tarvex and its own game, in process, with the ghost car
-// files and patches in place, at the start line of the short Rally Yard stage.
+// One player on the stage: a copy of Tarvex and its own game, in process. Tarvex installs its
+// ghost car files and applies its patches; the test-side helper of the game's own tests drives
+// the menus to the start line of the short Rally Yard stage.
 struct Driver {
     Driver(test::Player& player, double pace, std::uint32_t seed)
         : player(player)
         , local(player.platform, kPid, Options(folder, pace, seed))
         , part(*local.memory, local.game) {
-        simtest::TarvexPart::WriteGhostFiles(folder.path().toStdString());
-        part.ApplyGamePatches(0);
-        part.WriteGhostModel(5);
-        part.setup.stage = 72;
+        player.platform.memory->SetExecutablePath(kPid, folder.filePath("DuneholtRally"));
+        // The game publishes what the patches need a second or two after it starts.
+        part.Wait(3);
         player->game().FindGame();
+        patched = player->bridge().ApplyGamePatches(0);
+        player->settings.ShowGhost = 1;
+        player->settings.GhostModel = 5;
+        player->ghost_files().WriteGhostModel();
+        part.setup.stage = 72;
         player->settings.ShowNameTag = 1;
         player->settings.NameHeight = 1;
         player->settings.NameOpacity = 8;
@@ -63,6 +68,7 @@ struct Driver {
     QTemporaryDir folder;
     test::LocalGame local;
     simtest::TarvexPart part;
+    bool patched = false;
     int received = 0;
 };
 
@@ -105,6 +111,7 @@ private slots:
         bob.player.platform.clock->Set(50000);
         for (Driver* d : {&anna, &bob}) {
             d->player->settings.Compression = std::uint8_t(compression);
+            QVERIFY(d->patched);
             QVERIFY(d->part.DriveMenusToStage());
         }
         QObject::connect(&anna.player->server_side(), &ServerSide::CarStateReceived,
