@@ -54,8 +54,6 @@ private slots:
         QTest::addColumn<Values>("expected");
         // A quaternion may come out as q or -q, the same rotation: either sign passes.
         const Quaternion z90{0, 0, std::sin(Rad(45)), std::cos(Rad(45))};
-        QTest::newRow("rotation x turns y to z")
-            << V(Vec3TransformCoord({0, 1, 0}, MatrixRotationX(Rad(90)))) << Values{0, 0, 1};
         QTest::newRow("rotation y turns z to x")
             << V(Vec3TransformCoord({0, 0, 1}, MatrixRotationY(Rad(90)))) << Values{1, 0, 0};
         QTest::newRow("rotation z by 30 degrees")
@@ -65,8 +63,6 @@ private slots:
             << V(Vec3TransformCoord(
                    {0, 0, 1}, MatrixMultiply(MatrixRotationX(Rad(90)), MatrixRotationZ(Rad(90)))))
             << Values{1, 0, 0};
-        QTest::newRow("quaternion matrix, 90 about z")
-            << V(Vec3TransformCoord({1, 0, 0}, MatrixRotationQuaternion(z90))) << Values{0, 1, 0};
         QTest::newRow("quaternion matrix, 120 about y")
             << V(Vec3TransformCoord({0, 0, 1}, MatrixRotationQuaternion(
                                                    {0, std::sin(Rad(60)), 0, std::cos(Rad(60))})))
@@ -88,7 +84,6 @@ private slots:
         QTest::newRow("normalize")
             << V(QuaternionNormalize({0, 0, 3, 4})) << Values{0, 0, 0.6, 0.8};
         QTest::newRow("normalize zero") << V(QuaternionNormalize({})) << Values{0, 0, 0, 0};
-        QTest::newRow("lerp") << V(Vec3Lerp({1, 2, 3}, {3, 6, 11}, 0.25f)) << Values{1.5, 3, 5};
         QTest::newRow("lerp past the end")
             << V(Vec3Lerp({1, 2, 3}, {3, 6, 11}, 1.5f)) << Values{4, 8, 15};
         // A camera at (10, 20, 2) looking along +y with z up, 640 x 480 view of field pi/2.1
@@ -105,7 +100,6 @@ private slots:
             << project({5, 50, 2}) << Values{320 * (1 + 5 * 1.0777437 / 1.3 / 30), 240, 200};
         QTest::newRow("project 3 up at 30")
             << project({10, 50, 5}) << Values{320, 240 * (1 - 3 * 1.0777437 / 30), 200};
-        QTest::newRow("view depth") << V(Vec3TransformCoord({13, 27, 2}, view)) << Values{-3, 0, 7};
     }
 
     void geometry() {
