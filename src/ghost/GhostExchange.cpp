@@ -137,6 +137,11 @@ void GhostExchange::GhostTick() {
 
 void GhostExchange::InitGhostSlots() {
     m_build = m_game.GetGameBuild();
+    // Without a game to look at there is nothing to prepare; ready now, the ghosts would stay
+    // unlocated for the whole of the game run that follows.
+    if (m_game.ProcessId() == 0 || m_game.LastResult() == 0) {
+        return;
+    }
     m_name_tag.Forget();
     for (GhostMotion& motion : m_motion) {
         motion.ForgetClockOffset();

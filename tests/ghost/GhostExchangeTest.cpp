@@ -148,7 +148,7 @@ private slots:
         QCOMPARE(player.fake.memory->group_calls, 1);
     }
 
-    void nothingGoesOutWithoutAPose() {
+    void nothingGoesOutOrInWithoutAGame() {
         KnownPose player;
         bool closing = true;
         player.ghosts.SetGameClosing([&closing] { return closing; });
@@ -164,6 +164,10 @@ private slots:
         player.game.FindGame();
         player.ghosts.SendCarState(1, 1);
         QCOMPARE(int(player.sent.size()), 0);
+        // Nor are ghosts made ready for a game that is not there.
+        player.roster[2].Status = std::uint8_t(PlayerStatus::Driving);
+        player.ghosts.ReceiveCarState(State(3, 0, {1, 2, 3}));
+        QVERIFY(!player.ghosts.GhostsReady());
     }
 
     // Hostile or broken car states go to one player only; a twin player gets only the honest
