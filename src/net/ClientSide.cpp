@@ -250,7 +250,7 @@ void ClientSide::TerminateSession(dpn::ResultCode result) {
 }
 
 void ClientSide::SendMsg(const QString& text) {
-    SendToHost(ChatMsg{m_roster.LocalSlot, text});
+    SendToHost(ChatMsg{m_roster.LocalSlot, ChatText(text)});
 }
 
 void ClientSide::SendGameStatus(PlayerStatus status) {
