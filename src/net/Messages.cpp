@@ -442,6 +442,9 @@ void RaceStateMsg::encode(WireWriter& w) const {
 std::optional<RaceStateMsg> RaceStateMsg::decode(WireReader& r) {
     RaceStateMsg msg;
     msg.state = r.U8();
+    if (msg.state > 1) {
+        return std::nullopt;
+    }
     return Complete(r, msg);
 }
 

@@ -180,7 +180,10 @@ void ServerSide::ReviewInput() {
                                      << "over budget," << report.broken << "broken";
         if (report.remove) {
             m_guard.MarkRemoved(report.slot);
-            emit SystemLine(QStringLiteral("* Removed for flooding: (") + record.Name + u')');
+            emit SystemLine((report.over_budget >= report.broken
+                                 ? QStringLiteral("* Removed for flooding: (")
+                                 : QStringLiteral("* Removed for broken messages: (")) +
+                            record.Name + u')');
             Kick(report.slot);
         }
     }

@@ -164,9 +164,16 @@ void HostSession::Handle(const EnetEvent& event) {
                    found != m_peers.end() && found->second.held_hello &&
                    found->second.connect_id == event.connect_id &&
                    IsSameConnection(event.peer, found->second)) {
-            // A held hello whose wait is over (Tick).
-            const QByteArray hello = *std::exchange(found->second.held_hello, std::nullopt);
-            Decide(event.peer, found->second, hello);
+            // A held hello whose wait is over (Tick); but another verdict for the address, due
+            // at the same moment, may have come first and started a new wait.
+            Peer& state = found->second;
+            const qint64 next = m_guesses[state.address].next_verdict_ms;
+            if (m_clock.elapsed() < next) {
+                state.verdict_at_ms = next;
+                break;
+            }
+            const QByteArray hello = *std::exchange(state.held_hello, std::nullopt);
+            Decide(event.peer, state, hello);
         }
         break;
     case ENET_EVENT_TYPE_CONNECT:
