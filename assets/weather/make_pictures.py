@@ -5,45 +5,17 @@
 Run from this folder to regenerate them.
 """
 import math
-import struct
-import zlib
+import os
+import sys
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
+from pngfile import mix, paint, write_png  # noqa: E402
 
 W, H = 64, 48
 
 
-def png(path, pixels):
-    raw = b"".join(b"\x00" + bytes(c for px in row for c in px) for row in pixels)
-
-    def chunk(kind, data):
-        body = kind + data
-        return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body))
-
-    with open(path, "wb") as f:
-        f.write(b"\x89PNG\r\n\x1a\n")
-        f.write(chunk(b"IHDR", struct.pack(">IIBBBBB", W, H, 8, 2, 0, 0, 0)))
-        f.write(chunk(b"IDAT", zlib.compress(raw, 9)))
-        f.write(chunk(b"IEND", b""))
-
-
-def mix(a, b, t):
-    return tuple(int(round(x + (y - x) * t)) for x, y in zip(a, b))
-
-
 def sky(top, bottom):
     return [[mix(top, bottom, y / (H - 1)) for _ in range(W)] for y in range(H)]
-
-
-def paint(img, colour, inside, samples=4):
-    # Supersampled coverage gives soft edges without an imaging library.
-    for y in range(H):
-        for x in range(W):
-            hits = sum(
-                inside(x + (i + 0.5) / samples, y + (j + 0.5) / samples)
-                for i in range(samples)
-                for j in range(samples)
-            )
-            if hits:
-                img[y][x] = mix(img[y][x], colour, hits / samples**2)
 
 
 def disc(cx, cy, r):
@@ -111,4 +83,4 @@ def unknown():
 
 
 for index, draw in enumerate([sunny, cloudy, rain, snow, unknown]):
-    png(f"weather{index}.png", draw())
+    write_png(f"weather{index}.png", draw())

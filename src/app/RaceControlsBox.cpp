@@ -1,6 +1,7 @@
 #include "app/RaceControlsBox.h"
 
 #include "app/PlayerRows.h"
+#include "app/SettingsFRM.h"
 #include "app/Tarvex.h"
 #include "race/ui/RaceSettingsPanel.h"
 #include "results/TimeFRM.h"
@@ -9,6 +10,7 @@
 #include <QDateTime>
 #include <QHBoxLayout>
 #include <QPushButton>
+#include <QVBoxLayout>
 
 namespace tarvex {
 
@@ -29,6 +31,11 @@ RaceControlsBox::RaceControlsBox(Tarvex& tarvex, PlayerRows& rows, bool host_win
         BindComboBox(rows.pTyre[slot], choices.pTyre[slot], host_window);
     }
 
+    auto* options = new QPushButton(tr("Game Options"), this);
+    options->setObjectName(QStringLiteral("cmdGhost"));
+    connect(options, &QPushButton::clicked, this, &RaceControlsBox::cmdGhost_Click);
+    cmdGhost = options;
+
     auto* times = new QPushButton(tr("Display Times"), this);
     times->setObjectName(QStringLiteral("cmdTimes"));
     connect(times, &QPushButton::clicked, this, &RaceControlsBox::cmdTimes_Click);
@@ -38,7 +45,11 @@ RaceControlsBox::RaceControlsBox(Tarvex& tarvex, PlayerRows& rows, bool host_win
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(panel);
     layout->addStretch();
-    layout->addWidget(times, 0, Qt::AlignBottom);
+    auto* buttons = new QVBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(options);
+    buttons->addWidget(times);
+    layout->addLayout(buttons);
 }
 
 void RaceControlsBox::Load() {
@@ -49,6 +60,12 @@ void RaceControlsBox::Load() {
     m_choices.SetIsHost(m_host_window && m_tarvex.IsHost);
     m_choices.FillCombos();
     m_choices.LoadOld();
+}
+
+void RaceControlsBox::cmdGhost_Click() {
+    SettingsFRM* form = SettingsFRM::ShowFor(m_window, m_tarvex);
+    connect(form, &SettingsFRM::closed, this, &RaceControlsBox::subWindowClosed,
+            Qt::UniqueConnection);
 }
 
 void RaceControlsBox::cmdTimes_Click() {
@@ -65,6 +82,9 @@ void RaceControlsBox::cmdTimes_Click() {
     };
     hooks.is_game_running = [&tarvex] {
         return tarvex.game().IsGameRunning();
+    };
+    hooks.closed = [this] {
+        emit subWindowClosed();
     };
     if (tarvex.platform().dialogs) {
         TimeFRM::ShowFor(m_window, tarvex.results, *tarvex.platform().dialogs, std::move(hooks));

@@ -10,7 +10,8 @@ class Tarvex;
 
 // The race part of a race window: the race-setting controls of the role played (editable on
 // the host, following the host on a client), the car lists of the player rows bound to them,
-// and "Display Times", which opens the results window.
+// "Game Options", which opens the settings dialog, and "Display Times", which opens the results
+// window.
 class RaceControlsBox : public QWidget {
     Q_OBJECT
 
@@ -23,9 +24,15 @@ public:
     // Fills the lists and shows the stored race: the window's load.
     void Load();
 
+    QWidget* cmdGhost = nullptr;
     QWidget* cmdTimes = nullptr;
 
+signals:
+    // A window opened from here has closed: the player goes on typing in the race window.
+    void subWindowClosed();
+
 private:
+    void cmdGhost_Click();
     void cmdTimes_Click();
 
     Tarvex& m_tarvex;

@@ -34,7 +34,7 @@ signals:
     void programEnds();
 
 private:
-    void PrepareServer(int player_rows);
+    void PrepareServer(const QString& session_name);
     void ServerStarted();
     void PrepareClient();
     void HandOverToClient();

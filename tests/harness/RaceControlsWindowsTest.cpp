@@ -44,7 +44,7 @@ private slots:
         Player& host = session.Host();
         auto server = std::make_unique<ServerFRM>(*host);
         server->setAttribute(Qt::WA_DeleteOnClose, false);
-        server->PrepareSession(4);
+        server->PrepareSession(QStringLiteral("Friday Rally"));
 
         std::unique_ptr<ClientFRM> client;
         Player& ann = session.Join(QStringLiteral("Ann"), {}, [&](Player& player) {
@@ -54,6 +54,9 @@ private slots:
         QVERIFY(client->Welcomed());
 
         QVERIFY(Box(*server, "cmbCountry")->isEnabled());
+        QVERIFY(
+            server->findChild<QPushButton*>(QStringLiteral("Command1"))->isVisibleTo(server.get()));
+        QVERIFY(!server->findChild<QLabel*>(QStringLiteral("pWeather"))->pixmap().isNull());
         QVERIFY(server->Rows().pCar[0]->isEnabled());
         QVERIFY(!server->Rows().pCar[1]->isEnabled());
         QVERIFY(!server->Rows().pTyre[3]->isEnabled());
