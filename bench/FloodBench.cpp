@@ -113,14 +113,13 @@ void Flood(quint16 port, int rate, const std::atomic<bool>& stop, std::atomic<lo
             }
             if (admitted) {
                 const double elapsed =
-                    std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
-                        .count();
+                    std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
                 QByteArray own = line;
                 own[1] = char(slot);
                 while (sent_here < long(elapsed * rate)) {
-                    enet_peer_send(peer, 0,
-                                   enet_packet_create(own.constData(), own.size(),
-                                                      ENET_PACKET_FLAG_RELIABLE));
+                    enet_peer_send(
+                        peer, 0,
+                        enet_packet_create(own.constData(), own.size(), ENET_PACKET_FLAG_RELIABLE));
                     ++sent_here;
                     ++sent;
                 }
@@ -153,9 +152,8 @@ int main(int argc, char** argv) {
 
     QProcess host;
     host.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    host.start(QStringLiteral(TARVEX_EXECUTABLE),
-               {QStringLiteral("--config"), folder.path(),
-                QStringLiteral("-1::%1:Hostess:").arg(port)});
+    host.start(QStringLiteral(TARVEX_EXECUTABLE), {QStringLiteral("--config"), folder.path(),
+                                                   QStringLiteral("-1::%1:Hostess:").arg(port)});
     if (!host.waitForStarted(5000)) {
         std::fprintf(stderr, "the host did not start\n");
         return 1;

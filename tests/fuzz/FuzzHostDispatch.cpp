@@ -1,22 +1,17 @@
 // A whole host copy of Tarvex receiving whatever a seated client sends it: every handler, the
 // roster, the results, the console and the relays behind the session's dispatch.
 #include "FuzzInput.h"
-#include "app/Tarvex.h"
-#include "platform/fake/FakePlatform.h"
-
-#include <QCoreApplication>
-#include <QDir>
 
 using namespace tarvex;
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    static QCoreApplication app(*argc, *argv);
+    fuzz::StartQt(argc, argv);
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    FakePlatform platform;
-    Tarvex host(platform.AsPlatform(), QDir::tempPath());
+    fuzz::Copy copy;
+    Tarvex& host = copy.tarvex;
     host.IsHost = true;
     host.settings.ShowJoinQuit = 1;
     host.settings.DataInterval = 150;

@@ -1,12 +1,28 @@
 #pragma once
 
+#include "app/Tarvex.h"
+#include "platform/fake/FakePlatform.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
+#include <QCoreApplication>
+#include <QDir>
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
 namespace tarvex::fuzz {
+
+// Timers, signals and files want an application object, once per process.
+inline void StartQt(int* argc, char*** argv) {
+    static QCoreApplication app(*argc, *argv);
+}
+
+// A whole copy of Tarvex on fakes, as the dispatch targets feed it.
+struct Copy {
+    FakePlatform platform;
+    Tarvex tarvex{platform.AsPlatform(), QDir::tempPath()};
+};
 
 // A fuzz input read as a series of messages, each behind a one-byte length, so that one input
 // can drive a dispatcher through a whole exchange (a welcome, then what follows it).

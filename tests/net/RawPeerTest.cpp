@@ -95,6 +95,20 @@ private slots:
         QTRY_COMPARE(host.destroyed, QList<dpn::PlayerId>{leaver_id});
     }
 
+    // A joiner's nickname is seated as one line of at most 32 characters, whatever it sent.
+    void nicknameIsSeatedCut() {
+        RecordingHost host;
+        const quint16 port = host.Open();
+        QVERIFY(port != 0);
+        RawPeer joiner;
+        joiner.answer_challenges = true;
+        joiner.hello_name = QStringLiteral("Eve\r\n* Quit: (Ann)") + QString(100, u'x');
+        joiner.Connect(port);
+        QVERIFY(joiner.ServeUntil([&] { return host.created.size() == 2; }));
+        QCOMPARE(host.session.GetClientInfo(host.created[1]),
+                 QStringLiteral("Eve  * Quit: (Ann)") + QString(14, u'x'));
+    }
+
     // A host that answers with something that is no handshake at all is not a Tarvex host.
     void hostSpeakingAnotherProtocol() {
         const quint16 port = FreeUdpPort();
