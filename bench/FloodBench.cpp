@@ -3,72 +3,26 @@
 // ENet peer joins and sends chat lines at a fixed rate, joining again whenever it is removed.
 // Printed: the honest client's round trip (median, 99th percentile) before and during the
 // flood, and the host's CPU and resident memory before, during and after it.
-#include "net/Messages.h"
+#include "SessionSupport.h"
 #include "net/transport/ClientSession.h"
-#include "net/transport/Handshake.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTimer>
-#include <QUdpSocket>
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <enet/enet.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
 
 using namespace tarvex;
+using namespace tarvex::bench;
 
 namespace {
-
-quint16 FreePort() {
-    QUdpSocket probe;
-    probe.bind(QHostAddress::LocalHost, 0);
-    return probe.localPort();
-}
-
-double Percentile(std::vector<double> values, double q) {
-    if (values.empty()) {
-        return 0;
-    }
-    std::sort(values.begin(), values.end());
-    return values[std::min(values.size() - 1, size_t(q * double(values.size())))];
-}
-
-// The host process's CPU time in seconds and resident memory in MB, from /proc.
-struct Usage {
-    double cpu_s = 0;
-    double rss_mb = 0;
-};
-
-Usage UsageOf(qint64 pid) {
-    Usage usage;
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (stat.open(QIODevice::ReadOnly)) {
-        const QByteArray line = stat.readAll();
-        const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
-        if (fields.size() > 13) {
-            usage.cpu_s = double(fields[11].toLongLong() + fields[12].toLongLong()) /
-                          double(sysconf(_SC_CLK_TCK));
-        }
-    }
-    QFile status(QStringLiteral("/proc/%1/status").arg(pid));
-    if (status.open(QIODevice::ReadOnly)) {
-        for (const QByteArray& line : status.readAll().split('\n')) {
-            if (line.startsWith("VmRSS:")) {
-                usage.rss_mb = line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
-            }
-        }
-    }
-    return usage;
-}
 
 // Joins as "Flood" and sends `rate` chat lines a second until `stop`; joins again whenever the
 // host removes it. Counts what it sent and how often it was removed.
@@ -89,17 +43,12 @@ void Flood(quint16 port, int rate, const std::atomic<bool>& stop, std::atomic<lo
             ENetEvent event;
             while (enet_host_service(host, &event, 0) > 0) {
                 if (event.type == ENET_EVENT_TYPE_RECEIVE) {
-                    const QByteArray bytes(reinterpret_cast<const char*>(event.packet->data),
-                                           qsizetype(event.packet->dataLength));
+                    const QByteArray bytes = PacketBytes(event.packet);
                     enet_packet_destroy(event.packet);
-                    if (const auto nonce = handshake::ParseChallenge(bytes)) {
-                        const QByteArray hello = handshake::BuildHello(
-                            {QLatin1String(dpn::ApplicationGuid), QStringLiteral("Flood"),
-                             handshake::PasswordProof(*nonce, QString())});
-                        enet_peer_send(peer, 0,
-                                       enet_packet_create(hello.constData(), hello.size(),
-                                                          ENET_PACKET_FLAG_RELIABLE));
-                    } else if (!bytes.isEmpty() && bytes[0] == char(MessageType::Welcome)) {
+                    if (AnswerChallenge(peer, bytes, QStringLiteral("Flood"))) {
+                        continue;
+                    }
+                    if (!bytes.isEmpty() && bytes[0] == char(MessageType::Welcome)) {
                         slot = std::uint8_t(bytes[1]);
                         admitted = true;
                     }
@@ -141,20 +90,9 @@ int main(int argc, char** argv) {
 
     QTemporaryDir folder;
     const quint16 port = FreePort();
-    QFile game(folder.filePath(QStringLiteral("DuneholtRally.exe")));
-    game.open(QIODevice::WriteOnly);
-    game.close();
-    QFile ini(folder.filePath(QStringLiteral("Tarvex.ini")));
-    ini.open(QIODevice::WriteOnly);
-    ini.write("[MAIN]\nJQ=1\nPUBLIC=0\nBROADCASTIP=127.0.0.1\nPNUM=12\nGPATH=" +
-              game.fileName().toUtf8() + "\n");
-    ini.close();
-
     QProcess host;
-    host.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    host.start(QStringLiteral(TARVEX_EXECUTABLE), {QStringLiteral("--config"), folder.path(),
-                                                   QStringLiteral("-1::%1:Hostess:").arg(port)});
-    if (!host.waitForStarted(5000)) {
+    if (!StartTarvex(host, TarvexFolder(folder.path(), QStringLiteral("host")),
+                     QStringLiteral("-1::%1:Hostess:").arg(port))) {
         std::fprintf(stderr, "the host did not start\n");
         return 1;
     }
