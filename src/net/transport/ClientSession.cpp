@@ -72,6 +72,7 @@ bool ClientSession::Connect(const QString& address, quint16 port, const QString&
     m_state = State::Connecting;
     m_attempt_clock.start();
     ++m_attempt;
+    Arm(); // the attempt's deadline holds even while a host name is being looked up
 
     QHostAddress literal;
     if (literal.setAddress(host_name)) {
@@ -113,7 +114,7 @@ void ClientSession::Dial(const QHostAddress& address, quint16 port) {
     // decides instead, so ENet is told to wait longer than that.
     enet_peer_timeout(m_peer, ENET_PEER_TIMEOUT_LIMIT, Timeouts().connect_ms + 5000,
                       Timeouts().connect_ms + 5000);
-    Flush();
+    FlushSoon();
 }
 
 void ClientSession::Fail(dpn::ResultCode code) {
@@ -129,8 +130,7 @@ void ClientSession::Send(const QByteArray& bytes, quint32 timeout_ms, quint32 fl
     if (m_state != State::Admitted) {
         return;
     }
-    SendMessage(m_peer, bytes, flags);
-    Flush();
+    SendMessage(std::span(&m_peer, 1), bytes, flags);
 }
 
 void ClientSession::CloseClient() {
@@ -200,6 +200,12 @@ void ClientSession::Tick() {
     }
 }
 
+qint64 ClientSession::NextDeadlineMs() const {
+    return m_state == State::Connecting
+               ? std::max<qint64>(qint64(Timeouts().connect_ms) - m_attempt_clock.elapsed(), 0)
+               : -1;
+}
+
 void ClientSession::OnHandshake(const QByteArray& bytes) {
     if (const auto nonce = handshake::ParseChallenge(bytes)) {
         handshake::Hello hello;
@@ -207,7 +213,6 @@ void ClientSession::OnHandshake(const QByteArray& bytes) {
         hello.nickname = m_name;
         hello.proof = handshake::PasswordProof(*nonce, m_password);
         SendPacket(m_peer, handshake::BuildHello(hello), ReliableChannel, true);
-        Flush();
         return;
     }
     if (const auto accept = handshake::ParseAccept(bytes)) {

@@ -62,6 +62,7 @@ signals:
 protected:
     void Handle(const EnetEvent& event) override;
     void Tick() override;
+    qint64 NextDeadlineMs() const override;
 
 private:
     enum class State { Idle, Connecting, Admitted, Ended };

@@ -8,6 +8,7 @@
 #include <QSocketNotifier>
 #include <QThread>
 #include <QTimer>
+#include <limits>
 #include <mutex>
 
 Q_LOGGING_CATEGORY(lcTransport, "tarvex.net.transport")
@@ -15,9 +16,6 @@ Q_LOGGING_CATEGORY(lcTransport, "tarvex.net.transport")
 namespace tarvex {
 
 namespace {
-// Often enough for ENet's retransmits (its shortest wait is tens of milliseconds) and pings;
-// the socket notifier, not this timer, carries the received traffic.
-constexpr int RetransmitIntervalMs = 20;
 // A peer that floods the socket must not keep timers and input waiting: after this many events
 // the rest is served on the event loop's next turn.
 constexpr int MaximumEventsPerService = 256;
@@ -42,14 +40,12 @@ void ReportStartFailure(Dialogs* dialogs, const QString& title, dpn::ResultCode 
 
 EnetPump::EnetPump(QObject* parent)
     : QObject(parent)
-    , m_retransmit_timer(new QTimer(this)) {
-    m_retransmit_timer->setInterval(RetransmitIntervalMs);
-    connect(m_retransmit_timer, &QTimer::timeout, this, [this] {
-        Service();
-        if (m_host) {
-            Tick();
-        }
-    });
+    , m_wake_timer(new QTimer(this)) {
+    m_wake_timer->setSingleShot(true);
+    // A retransmit is due within a millisecond or two of its time, not within Qt's leeway for
+    // coarse timers.
+    m_wake_timer->setTimerType(Qt::PreciseTimer);
+    connect(m_wake_timer, &QTimer::timeout, this, &EnetPump::Wake);
 }
 
 EnetPump::~EnetPump() {
@@ -73,7 +69,7 @@ void EnetPump::Attach(EnetHostPtr host, std::size_t largest_incoming,
     m_queue.clear();
     m_notifier = new QSocketNotifier(m_host->socket, QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, [this] { Service(); });
-    m_retransmit_timer->start();
+    Arm();
 }
 
 void EnetPump::Detach(quint32 reason) {
@@ -82,7 +78,7 @@ void EnetPump::Detach(quint32 reason) {
     }
     delete m_notifier;
     m_notifier = nullptr;
-    m_retransmit_timer->stop();
+    m_wake_timer->stop();
 
     ENetHost* host = m_host.get();
     bool any_connected = false;
@@ -136,21 +132,60 @@ bool EnetPump::SendPacket(ENetPeer* peer, const QByteArray& bytes, quint8 channe
         enet_packet_destroy(packet);
         return false;
     }
+    FlushSoon();
     return true;
 }
 
-bool EnetPump::SendMessage(ENetPeer* peer, const QByteArray& bytes, quint32 flags) {
+void EnetPump::SendMessage(std::span<ENetPeer* const> peers, const QByteArray& bytes,
+                           quint32 flags) {
+    if (!m_host || peers.empty()) {
+        return;
+    }
     const bool reliable = (flags & dpn::DPNSEND_GUARANTEED) != 0;
     const quint8 channel = !reliable                                   ? UnreliableChannel
                            : (flags & dpn::DPNSEND_PRIORITY_HIGH) != 0 ? UrgentChannel
                                                                        : ReliableChannel;
-    return SendPacket(peer, bytes, channel, reliable);
+    ENetPacket* packet = enet_packet_create(bytes.constData(), size_t(bytes.size()),
+                                            reliable ? ENET_PACKET_FLAG_RELIABLE : 0);
+    if (packet == nullptr) {
+        return;
+    }
+    // Each peer that takes the packet holds a reference; the last one to be done with it frees
+    // it. One that none took is ours to free.
+    ENetHost* host = m_host.get();
+    host->maximumPacketSize = m_largest_outgoing;
+    for (ENetPeer* peer : peers) {
+        if (peer != nullptr && peer->state == ENET_PEER_STATE_CONNECTED) {
+            enet_peer_send(peer, channel, packet);
+        }
+    }
+    host->maximumPacketSize = m_largest_incoming;
+    if (packet->referenceCount == 0) {
+        enet_packet_destroy(packet);
+        return;
+    }
+    FlushSoon();
 }
 
 void EnetPump::Flush() {
     if (m_host) {
         enet_host_flush(m_host.get());
+        Arm();
     }
+}
+
+void EnetPump::FlushSoon() {
+    if (m_flush_queued) {
+        return;
+    }
+    m_flush_queued = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            m_flush_queued = false;
+            Flush();
+        },
+        Qt::QueuedConnection);
 }
 
 void EnetPump::ConfigurePeer(ENetPeer* peer, quint32 silence_ms) {
@@ -205,7 +240,77 @@ void EnetPump::Service() {
             },
             Qt::QueuedConnection);
     }
+    QPointer<EnetPump> alive(this);
     Dispatch();
+    // A handler further up may be spinning the event loop, leaving these events for later;
+    // what ENet did just now still needs its wake-up.
+    if (alive) {
+        Arm();
+    }
+}
+
+void EnetPump::Wake() {
+    QPointer<EnetPump> alive(this);
+    Service();
+    if (alive && m_host) {
+        Tick();
+        if (alive) {
+            Arm();
+        }
+    }
+}
+
+void EnetPump::Arm() {
+    if (!m_host) {
+        m_wake_timer->stop();
+        return;
+    }
+    // What ENet does on its own when serviced, and when each falls due: acknowledgements go at
+    // once; a peer with reliable commands in flight is checked for a retransmit or a time-out
+    // at its next time-out; an idle one is pinged once it has heard nothing for its ping
+    // interval. Peers that are gone or going wait for nothing.
+    const enet_uint32 now = enet_time_get();
+    qint64 wait_ms = -1;
+    const auto until = [&wait_ms](qint64 ms) {
+        ms = std::max<qint64>(ms, 0);
+        wait_ms = wait_ms < 0 ? ms : std::min(wait_ms, ms);
+    };
+    ENetHost* host = m_host.get();
+    for (size_t i = 0; i < host->peerCount; ++i) {
+        ENetPeer* peer = &host->peers[i];
+        if (peer->state == ENET_PEER_STATE_DISCONNECTED || peer->state == ENET_PEER_STATE_ZOMBIE) {
+            continue;
+        }
+        if (!enet_list_empty(&peer->acknowledgements)) {
+            until(0);
+        } else if (!enet_list_empty(&peer->sentReliableCommands)) {
+            until(qint32(peer->nextTimeout - now));
+        } else {
+            // A ping may come a little late. Due times are put on a grid of the ping interval
+            // on ENet's clock, which is the wall clock and so the same in every process: every
+            // peer of this host, and every copy on this machine, pings at the same moments
+            // instead of each waking the others at its own.
+            const enet_uint32 grid = std::max<enet_uint32>(peer->pingInterval, 1);
+            const enet_uint32 due = peer->lastReceiveTime + peer->pingInterval;
+            until(qint32(due + (grid - due % grid) % grid - now));
+        }
+    }
+    const qint64 own = NextDeadlineMs();
+    if (own >= 0) {
+        until(own);
+    }
+    if (wait_ms < 0) {
+        m_wake_timer->stop();
+        return;
+    }
+    // ENet counts whole milliseconds and acts only once a deadline has passed: one more
+    // millisecond keeps the timer from firing just before it.
+    const enet_uint32 wake_at = now + enet_uint32(wait_ms) + 1;
+    if (m_wake_timer->isActive() && m_wake_at == wake_at) {
+        return;
+    }
+    m_wake_at = wake_at;
+    m_wake_timer->start(int(std::min<qint64>(wait_ms + 1, std::numeric_limits<int>::max())));
 }
 
 void EnetPump::Dispatch() {
@@ -223,6 +328,7 @@ void EnetPump::Dispatch() {
         }
     }
     m_dispatching = false;
+    Arm();
 }
 
 } // namespace tarvex

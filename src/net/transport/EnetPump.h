@@ -7,6 +7,7 @@
 #include <deque>
 #include <enet/enet.h>
 #include <memory>
+#include <span>
 
 class QSocketNotifier;
 class QTimer;
@@ -57,9 +58,12 @@ struct EnetEvent {
 };
 
 // Runs an ENet host inside the Qt event loop: the socket notifier services it as soon as a
-// datagram arrives, a short timer drives retransmits, pings and time-outs, and events are
-// handed to Handle() one at a time. Handlers may send, close, or spin the event loop; events
-// that arrive meanwhile wait in the queue, so no handler ever runs inside another.
+// datagram arrives, and one timer wakes it only for what ENet has pending (a retransmit, a
+// ping, a peer's time-out) or for a deadline of the session's own, so that a quiet session
+// sleeps. Events are handed to Handle() one at a time. Handlers may send, close, or spin the
+// event loop; events that arrive meanwhile wait in the queue, so no handler ever runs inside
+// another. Sends are queued and go out together once per turn of the event loop, or at once
+// with Flush().
 class EnetPump : public QObject {
     Q_OBJECT
 
@@ -69,6 +73,10 @@ public:
 
     void SetTimeouts(const TransportTimeouts& timeouts) { m_timeouts = timeouts; }
     const TransportTimeouts& Timeouts() const { return m_timeouts; }
+
+    // Puts everything sent so far on the wire now, instead of at the end of this turn of the
+    // event loop: for a host that relays before it does slower work.
+    void Flush();
 
 protected:
     // Takes ownership of a freshly created host and starts serving it. ENet refuses, before
@@ -81,18 +89,26 @@ protected:
     void Detach(quint32 reason);
     ENetHost* Host() const { return m_host.get(); }
 
-    // Queues a packet on one peer; the caller flushes once its sends are done.
+    // Queues a packet on one peer.
     bool SendPacket(ENetPeer* peer, const QByteArray& bytes, quint8 channel, bool reliable);
-    // Sends a session message with the caller's send flags (see dpn::SendReliable and kin).
-    bool SendMessage(ENetPeer* peer, const QByteArray& bytes, quint32 flags);
-    void Flush();
+    // Sends a session message with the caller's send flags (see dpn::SendReliable and kin) to
+    // every connected peer of `peers`, all of them sharing one packet.
+    void SendMessage(std::span<ENetPeer* const> peers, const QByteArray& bytes, quint32 flags);
+    // Something other than a send was queued in ENet (a connect, a disconnect): it goes out
+    // with this turn's sends.
+    void FlushSoon();
     // Makes ENet keep every unreliable packet on a clean link: its default throttle falls on
     // the first jitter and then discards car states at random.
     static void ConfigurePeer(ENetPeer* peer, quint32 silence_ms);
 
     virtual void Handle(const EnetEvent& event) = 0;
-    // Called on every retransmit tick, for deadlines of the session's own.
+    // Deadlines of the session's own: Tick runs when the wake timer fires, and NextDeadlineMs
+    // says how many milliseconds from now the next one falls due (none: negative).
     virtual void Tick() {}
+    virtual qint64 NextDeadlineMs() const { return -1; }
+    // Sets the wake timer for the earliest thing ENet or the session is waiting for; done after
+    // every service, dispatch and flush, and by a session whose deadlines changed otherwise.
+    void Arm();
     // Called after every service of the socket, before the events it brought are handled:
     // where the host looks at what ENet did without telling (connects in progress).
     virtual void Serviced() {}
@@ -104,13 +120,17 @@ protected:
 private:
     void Service();
     void Dispatch();
+    void Wake();
 
     EnetHostPtr m_host;
     QSocketNotifier* m_notifier = nullptr;
-    QTimer* m_retransmit_timer = nullptr;
+    QTimer* m_wake_timer = nullptr;
+    // When the wake timer fires, on ENet's clock; meaningful while it runs.
+    enet_uint32 m_wake_at = 0;
     std::deque<EnetEvent> m_queue;
     bool m_dispatching = false;
     bool m_service_queued = false;
+    bool m_flush_queued = false;
     std::size_t m_largest_incoming = 0;
     std::size_t m_largest_outgoing = 0;
     TransportTimeouts m_timeouts;

@@ -6,6 +6,7 @@
 
 #include <QLoggingCategory>
 #include <QRandomGenerator>
+#include <array>
 #include <limits>
 #include <utility>
 
@@ -93,20 +94,32 @@ bool HostSession::InitServer(const QString& session_name, int player_limit, quin
 
 void HostSession::SendTo(dpn::PlayerId to, const QByteArray& bytes, quint32 timeout_ms,
                          quint32 flags) {
-    Q_UNUSED(timeout_ms);
-    if (!IsHosting()) {
+    if (to != dpn::DPNID_ALL_PLAYERS_GROUP) {
+        SendTo(std::span(&to, 1), bytes, timeout_ms, flags);
         return;
     }
-    if (to == dpn::DPNID_ALL_PLAYERS_GROUP) {
-        for (const auto& [id, unused] : m_players) {
-            if (ENetPeer* peer = PeerOf(id)) {
-                SendMessage(peer, bytes, flags);
-            }
+    std::array<ENetPeer*, PeerSlots> peers;
+    std::size_t count = 0;
+    for (const auto& [id, unused] : m_players) {
+        if (ENetPeer* peer = PeerOf(id)) {
+            peers[count++] = peer;
         }
-    } else if (ENetPeer* peer = PeerOf(to)) {
-        SendMessage(peer, bytes, flags);
     }
-    Flush();
+    SendMessage(std::span(peers.data(), count), bytes, flags);
+}
+
+void HostSession::SendTo(std::span<const dpn::PlayerId> to, const QByteArray& bytes,
+                         quint32 timeout_ms, quint32 flags) {
+    Q_UNUSED(timeout_ms);
+    std::array<ENetPeer*, PeerSlots> peers;
+    std::size_t count = 0;
+    for (const dpn::PlayerId id : to) {
+        ENetPeer* peer = PeerOf(id);
+        if (peer && count < peers.size()) {
+            peers[count++] = peer;
+        }
+    }
+    SendMessage(std::span(peers.data(), count), bytes, flags);
 }
 
 QString HostSession::GetClientInfo(dpn::PlayerId id) const {
@@ -129,7 +142,7 @@ void HostSession::DestroyClient(dpn::PlayerId id) {
         // than a joiner would.
         enet_peer_timeout(peer, ENET_PEER_TIMEOUT_LIMIT, JoinerTimeoutMs, JoinerTimeoutMs);
         enet_peer_disconnect(peer, dpn::DPNERR_HOSTTERMINATEDSESSION);
-        Flush();
+        FlushSoon();
     }
 }
 
@@ -246,7 +259,33 @@ void HostSession::Tick() {
         return now - entry.second.last_wrong_ms >= ForgetGuessesMs &&
                now >= entry.second.next_verdict_ms;
     });
-    Flush();
+}
+
+qint64 HostSession::NextDeadlineMs() const {
+    // Joiners' verdicts and handshakes, and connects never acknowledged (see Tick). Addresses
+    // that guessed wrong are forgotten whenever the timer next fires: nothing waits on that.
+    const qint64 now = m_clock.elapsed();
+    qint64 next = -1;
+    const auto at = [&](qint64 due) {
+        const qint64 wait = std::max<qint64>(due - now, 0);
+        next = next < 0 ? wait : std::min(next, wait);
+    };
+    for (const auto& [peer, state] : m_peers) {
+        if (state.id != 0 || state.refused || !IsSameConnection(peer, state)) {
+            continue;
+        }
+        if (state.held_hello) {
+            if (state.verdict_at_ms != std::numeric_limits<qint64>::max()) {
+                at(state.verdict_at_ms);
+            }
+        } else {
+            at(state.connected_at_ms + qint64(Timeouts().handshake_ms));
+        }
+    }
+    for (const auto& [peer, waiting] : m_unacknowledged) {
+        at(waiting.seen_at_ms + qint64(Timeouts().connect_ack_ms));
+    }
+    return next;
 }
 
 void HostSession::Serviced() {
@@ -288,7 +327,6 @@ void HostSession::OnConnect(ENetPeer* peer, quint32 connect_id) {
     const QByteArray challenge = handshake::BuildChallenge(state.nonce);
     m_peers[peer] = std::move(state);
     SendPacket(peer, challenge, ReliableChannel, true);
-    Flush();
 }
 
 void HostSession::OnHandshake(ENetPeer* peer, Peer& state, const QByteArray& bytes) {
@@ -342,9 +380,9 @@ void HostSession::Decide(ENetPeer* peer, Peer& state, const QByteArray& hello_by
     accept.host_player_id = m_host_player;
     accept.session_name = m_session_name;
     accept.player_limit = static_cast<quint8>(m_player_limit);
-    // The accept goes out before anything the CreatePlayer handler sends on the same channel.
+    // The accept is queued before anything the CreatePlayer handler sends on the same channel,
+    // so it arrives first.
     SendPacket(peer, handshake::BuildAccept(accept), ReliableChannel, true);
-    Flush();
     emit CreatePlayer(state.id);
 }
 
@@ -364,7 +402,7 @@ void HostSession::OnDisconnect(ENetPeer* peer) {
 void HostSession::Refuse(ENetPeer* peer, Peer& state, dpn::ResultCode code) {
     state.refused = true;
     enet_peer_disconnect(peer, code);
-    Flush();
+    FlushSoon();
 }
 
 int HostSession::PendingFrom(quint32 address) const {

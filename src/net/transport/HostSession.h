@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <unordered_map>
 
 namespace tarvex {
@@ -42,10 +43,13 @@ public:
 
     // Sends to one player, or to every admitted client with DPNID_ALL_PLAYERS_GROUP (the host's
     // own player never receives its own sends). `flags` is one of SendReliable, SendUnreliable,
-    // SendUrgent. The time-out of unreliable sends needs no handling here: every send is
-    // flushed at once, so nothing waits long enough to expire. Failures are silent, as callers
-    // never retry.
+    // SendUrgent. The time-out of unreliable sends needs no handling here: sends go out at the
+    // end of the event loop's turn at the latest, so nothing waits long enough to expire.
+    // Failures are silent, as callers never retry.
     void SendTo(dpn::PlayerId to, const QByteArray& bytes, quint32 timeout_ms, quint32 flags);
+    // The same message to each of several players, as one packet that they share.
+    void SendTo(std::span<const dpn::PlayerId> to, const QByteArray& bytes, quint32 timeout_ms,
+                quint32 flags);
 
     // The nickname the player joined with, until its DestroyPlayer; empty for an unknown id.
     QString GetClientInfo(dpn::PlayerId id) const;
@@ -73,6 +77,7 @@ signals:
 protected:
     void Handle(const EnetEvent& event) override;
     void Tick() override;
+    qint64 NextDeadlineMs() const override;
     void Serviced() override;
 
 private:
