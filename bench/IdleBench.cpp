@@ -25,6 +25,7 @@ namespace {
 
 constexpr int Clients = 11;
 constexpr int LagRoundMs = 5000;
+constexpr int JoinSpacingMs = 300;
 
 // The bare host: admits everyone, tells how many are in, and sends every player a lag table
 // (as unreliable as the program's) every 5 s.
@@ -163,9 +164,12 @@ bool MeasureRaw(int seconds, PerCopy& figures) {
     if (!host.waitForStarted(5000)) {
         return false;
     }
+    // Spaced as the program's clients are below, and as players arrive: clients that all
+    // started in the same millisecond would keep their timers in step by chance.
     for (int i = 1; i <= Clients; ++i) {
         copies[size_t(i)].process->start(QCoreApplication::applicationFilePath(),
                                          {QStringLiteral("--raw-client"), QString::number(port)});
+        Spin(JoinSpacingMs);
     }
     QByteArray said;
     const bool in = WaitFor(
@@ -202,7 +206,7 @@ bool MeasureTarvex(int seconds, PerCopy& figures) {
         const QString name = QStringLiteral("Idle%1").arg(i);
         StartTarvex(*copies[size_t(i)].process, TarvexFolder(folder.path(), name),
                     QStringLiteral("-2:127.0.0.1:%1:%2:").arg(port).arg(name));
-        Spin(300);
+        Spin(JoinSpacingMs);
     }
     if (!WaitFor([&] { return (players = ListedPlayers(listing, players)) == 1 + Clients; },
                  30000)) {

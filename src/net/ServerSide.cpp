@@ -8,6 +8,7 @@
 
 #include <QLoggingCategory>
 #include <QTimer>
+#include <array>
 
 namespace tarvex {
 
@@ -197,8 +198,8 @@ void ServerSide::OnChat(WireReader& r, int sender, const QByteArray& bytes) {
     if (!Readable(msg.has_value(), sender, bytes) || !Speaks(sender, msg->slot, "a chat line")) {
         return;
     }
+    Relay(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, ChatMsg::Option);
     emit ChatLine(msg->text, m_roster[msg->slot].Name);
-    Send(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, ChatMsg::Option);
 }
 
 void ServerSide::OnGameStatus(WireReader& r, int sender, const QByteArray& bytes) {
@@ -207,8 +208,8 @@ void ServerSide::OnGameStatus(WireReader& r, int sender, const QByteArray& bytes
         return;
     }
     m_roster[msg->slot].Status = msg->status;
+    Relay(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, GameStatusMsg::Option);
     emit StatusChanged(msg->slot);
-    Send(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, GameStatusMsg::Option);
 }
 
 void ServerSide::OnCarChoice(WireReader& r, int sender, const QByteArray& bytes) {
@@ -217,8 +218,8 @@ void ServerSide::OnCarChoice(WireReader& r, int sender, const QByteArray& bytes)
         return;
     }
     m_roster.cars[msg->slot] = {msg->car, msg->transmission, msg->tyre};
+    Relay(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, CarChoiceMsg::Option);
     emit CarChoiceChanged(msg->slot);
-    Send(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, CarChoiceMsg::Option);
 }
 
 void ServerSide::OnCarState(WireReader& r, int sender, const QByteArray& bytes) {
@@ -227,8 +228,9 @@ void ServerSide::OnCarState(WireReader& r, int sender, const QByteArray& bytes) 
         return;
     }
     m_roster[msg->slot].Distance = msg->distance;
-    emit CarStateReceived(*msg);
     ForwardCarState(msg->slot, msg->progress, bytes);
+    m_server.Flush();
+    emit CarStateReceived(*msg);
 }
 
 void ServerSide::OnTime(WireReader& r, MessageType kind, int sender, const QByteArray& bytes) {
@@ -236,8 +238,8 @@ void ServerSide::OnTime(WireReader& r, MessageType kind, int sender, const QByte
     if (!Readable(msg.has_value(), sender, bytes) || !Speaks(sender, msg->slot, "a time")) {
         return;
     }
+    Relay(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, TimeMsg::Option);
     emit TimeReceived(*msg);
-    Send(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, TimeMsg::Option);
 }
 
 void ServerSide::OnFalseStart(WireReader& r, int sender, const QByteArray& bytes) {
@@ -245,8 +247,8 @@ void ServerSide::OnFalseStart(WireReader& r, int sender, const QByteArray& bytes
     if (!Readable(msg.has_value(), sender, bytes) || !Speaks(sender, msg->slot, "a false start")) {
         return;
     }
+    Relay(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, FalseStartMsg::Option);
     emit FalseStartReceived(msg->slot);
-    Send(dpn::DPNID_ALL_PLAYERS_GROUP, bytes, FalseStartMsg::Option);
 }
 
 void ServerSide::OnVote(WireReader& r, int sender, const QByteArray& bytes) {
@@ -263,24 +265,30 @@ void ServerSide::OnSync(dpn::PlayerId sender) {
 
 void ServerSide::ForwardCarState(int from_slot, std::uint8_t progress, const QByteArray& bytes) {
     // Only players on the stage draw ghosts; the others just want to know how far it got.
+    std::array<dpn::PlayerId, 11> driving;
+    std::array<dpn::PlayerId, 11> waiting;
+    std::size_t drivers = 0;
+    std::size_t waiters = 0;
     for (int slot = 1; slot <= 11; ++slot) {
         const PlayerRecord& record = m_roster[slot];
         if (slot == from_slot || !record.Occupied()) {
             continue;
         }
-        if (OnStage(record.Status)) {
-            Send(dpn::PlayerId(record.PlayerId), bytes, CarStateMsg::Option);
-        } else {
-            Send(dpn::PlayerId(record.PlayerId),
-                 Encode(ProgressMsg{std::uint8_t(from_slot), progress}), ProgressMsg::Option);
-        }
+        (OnStage(record.Status) ? driving[drivers++] : waiting[waiters++]) =
+            dpn::PlayerId(record.PlayerId);
+    }
+    Send(std::span(driving.data(), drivers), bytes, CarStateMsg::Option);
+    if (waiters > 0) {
+        Send(std::span(waiting.data(), waiters),
+             Encode(ProgressMsg{std::uint8_t(from_slot), progress}), ProgressMsg::Option);
     }
 }
 
 void ServerSide::SendMsg(const QString& text) {
     const QString line = ChatText(text);
-    emit ChatLine(line, m_roster[0].Name);
     SendToAll(ChatMsg{0, line});
+    m_server.Flush();
+    emit ChatLine(line, m_roster[0].Name);
 }
 
 void ServerSide::SendGameStatus(PlayerStatus status) {
@@ -344,6 +352,19 @@ void ServerSide::Kick(int slot) {
 void ServerSide::Send(dpn::PlayerId to, const QByteArray& bytes, SendOption option) {
     TraceMessage(TraceDirection::Sent, to, true, bytes);
     m_server.SendTo(to, bytes, SendTimeoutMs(option, m_settings.DataInterval), SendFlags(option));
+}
+
+void ServerSide::Send(std::span<const dpn::PlayerId> to, const QByteArray& bytes,
+                      SendOption option) {
+    for (const dpn::PlayerId id : to) {
+        TraceMessage(TraceDirection::Sent, id, true, bytes);
+    }
+    m_server.SendTo(to, bytes, SendTimeoutMs(option, m_settings.DataInterval), SendFlags(option));
+}
+
+void ServerSide::Relay(dpn::PlayerId to, const QByteArray& bytes, SendOption option) {
+    Send(to, bytes, option);
+    m_server.Flush();
 }
 
 } // namespace tarvex

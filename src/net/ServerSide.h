@@ -7,6 +7,7 @@
 
 #include <QElapsedTimer>
 #include <QObject>
+#include <span>
 
 class QTimer;
 
@@ -89,6 +90,10 @@ private:
     void ReviewInput();
     void ForwardCarState(int from_slot, std::uint8_t progress, const QByteArray& bytes);
     void Send(dpn::PlayerId to, const QByteArray& bytes, SendOption option);
+    void Send(std::span<const dpn::PlayerId> to, const QByteArray& bytes, SendOption option);
+    // What the host passes on goes on the wire before the host's own windows hear of it, so
+    // that drawing a line or a row never delays the other players.
+    void Relay(dpn::PlayerId to, const QByteArray& bytes, SendOption option);
     template <class Msg>
     void SendToAll(const Msg& msg) {
         Send(dpn::DPNID_ALL_PLAYERS_GROUP, Encode(msg), Msg::Option);
