@@ -41,6 +41,8 @@ public:
         }
         return true;
     }
+    // The process is no longer of interest: whatever is kept open for it may go.
+    virtual void Release(std::uint32_t pid) { (void)pid; }
     // Full path of the process's executable, or empty.
     virtual QString ExecutablePath(std::uint32_t pid) = 0;
     virtual bool Terminate(std::uint32_t pid) = 0;

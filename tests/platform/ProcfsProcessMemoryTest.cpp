@@ -6,8 +6,10 @@
 #include <QFile>
 #include <QProcess>
 #include <QTest>
+#include <csignal>
 #include <cstring>
 #include <sys/mman.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace tarvex;
@@ -90,6 +92,29 @@ private slots:
                  QByteArray::fromHex("b4b3b2b1"));
         const MemoryWrite past_end[] = {{kData + 0xC0, &a, 4}, {kCode + 0xFFE, &b, 4}};
         QVERIFY(!memory.WriteGroup(m_self, past_end));
+    }
+
+    // Writes keep a descriptor of the game's memory open; a game that ends and one started in
+    // its place are each written as they should be. The stand-ins are children of this
+    // process, which inherit its test pages.
+    void writesFollowTheGameAcrossARestart() {
+        ProcfsProcessMemory memory;
+        for (const std::uint32_t word : {0x11223344u, 0x55667788u}) {
+            const pid_t game = fork();
+            if (game == 0) {
+                pause();
+                _exit(0);
+            }
+            QVERIFY(memory.Write(std::uint32_t(game), kData + 0x100, &word, 4));
+            std::uint32_t back = 0;
+            QVERIFY(memory.Read(std::uint32_t(game), kData + 0x100, &back, 4));
+            QCOMPARE(back, word);
+            QCOMPARE(std::uint32_t(m_pages[0x100]), 0x00u); // the child's copy, not ours
+
+            kill(game, SIGKILL);
+            waitpid(game, nullptr, 0);
+            QVERIFY(!memory.Write(std::uint32_t(game), kData + 0x100, &word, 4));
+        }
     }
 
     void badProcessesFailQuietly_data() {

@@ -1,12 +1,13 @@
 #include "platform/linux/ProcfsProcessMemory.h"
 
 #include <QFile>
+#include <algorithm>
+#include <array>
 #include <climits>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/uio.h>
 #include <unistd.h>
-#include <vector>
 
 namespace tarvex {
 
@@ -22,7 +23,15 @@ QByteArray ProcFile(std::uint32_t pid, const char* name) {
     return "/proc/" + QByteArray::number(pid) + '/' + name;
 }
 
+// Grouped calls hand the kernel this many pieces at a time, from arrays on the stack: the car
+// pose and a ghost's matrix fit in one call, and nothing is allocated per call.
+constexpr std::size_t GroupChunk = 16;
+
 } // namespace
+
+ProcfsProcessMemory::~ProcfsProcessMemory() {
+    CloseMemFile();
+}
 
 bool ProcfsProcessMemory::Read(std::uint32_t pid, std::uint32_t address, void* buffer,
                                std::size_t size) {
@@ -31,21 +40,27 @@ bool ProcfsProcessMemory::Read(std::uint32_t pid, std::uint32_t address, void* b
 }
 
 bool ProcfsProcessMemory::ReadGroup(std::uint32_t pid, std::span<const MemoryRegion> regions) {
-    if (!IsProcessId(pid) || regions.empty() || regions.size() > IOV_MAX) {
+    if (!IsProcessId(pid) || regions.empty()) {
         return false;
     }
-    std::vector<iovec> local(regions.size());
-    std::vector<iovec> remote(regions.size());
-    ssize_t total = 0;
-    for (size_t i = 0; i < regions.size(); ++i) {
-        local[i] = {regions[i].buffer, regions[i].size};
-        remote[i] = {reinterpret_cast<void*>(std::uintptr_t(regions[i].address)), regions[i].size};
-        total += ssize_t(regions[i].size);
+    for (std::size_t first = 0; first < regions.size(); first += GroupChunk) {
+        const std::size_t count = std::min(GroupChunk, regions.size() - first);
+        std::array<iovec, GroupChunk> local;
+        std::array<iovec, GroupChunk> remote;
+        ssize_t total = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            const MemoryRegion& region = regions[first + i];
+            local[i] = {region.buffer, region.size};
+            remote[i] = {reinterpret_cast<void*>(std::uintptr_t(region.address)), region.size};
+            total += ssize_t(region.size);
+        }
+        // The call stops at the first region it cannot read and reports what it did read, so
+        // a short count means some region is missing.
+        if (process_vm_readv(pid_t(pid), local.data(), count, remote.data(), count, 0) != total) {
+            return false;
+        }
     }
-    // The call stops at the first region it cannot read and reports what it did read, so a
-    // short count means some region is missing.
-    return process_vm_readv(pid_t(pid), local.data(), local.size(), remote.data(), remote.size(),
-                            0) == total;
+    return true;
 }
 
 bool ProcfsProcessMemory::Write(std::uint32_t pid, std::uint32_t address, const void* data,
@@ -56,44 +71,72 @@ bool ProcfsProcessMemory::Write(std::uint32_t pid, std::uint32_t address, const 
     if (size == 0) {
         return true;
     }
-    const int fd = ::open(ProcFile(pid, "mem").constData(), O_WRONLY | O_CLOEXEC);
-    if (fd < 0) {
-        return false;
+    for (const bool reopen : {false, true}) {
+        const int fd = MemFile(pid, reopen);
+        if (fd < 0) {
+            return false;
+        }
+        const ssize_t written = ::pwrite(fd, data, size, off_t(address));
+        // Nothing at all written, with no error, is how the kernel answers for a process whose
+        // memory is gone: the descriptor belonged to a process that has ended or replaced its
+        // program, and the pid may stand for a new one now.
+        if (written != 0) {
+            return written == ssize_t(size);
+        }
     }
-    const ssize_t written = ::pwrite(fd, data, size, off_t(address));
-    ::close(fd);
-    return written == ssize_t(size);
+    return false;
 }
 
 bool ProcfsProcessMemory::WriteGroup(std::uint32_t pid, std::span<const MemoryWrite> pieces) {
     if (!IsProcessId(pid)) {
         return false;
     }
-    if (pieces.empty()) {
-        return true;
-    }
-    if (pieces.size() <= IOV_MAX) {
-        std::vector<iovec> local(pieces.size());
-        std::vector<iovec> remote(pieces.size());
+    for (std::size_t first = 0; first < pieces.size(); first += GroupChunk) {
+        const std::size_t count = std::min(GroupChunk, pieces.size() - first);
+        std::array<iovec, GroupChunk> local;
+        std::array<iovec, GroupChunk> remote;
         ssize_t total = 0;
-        for (size_t i = 0; i < pieces.size(); ++i) {
-            local[i] = {const_cast<void*>(pieces[i].data), pieces[i].size};
-            remote[i] = {reinterpret_cast<void*>(std::uintptr_t(pieces[i].address)),
-                         pieces[i].size};
-            total += ssize_t(pieces[i].size);
+        for (std::size_t i = 0; i < count; ++i) {
+            const MemoryWrite& piece = pieces[first + i];
+            local[i] = {const_cast<void*>(piece.data), piece.size};
+            remote[i] = {reinterpret_cast<void*>(std::uintptr_t(piece.address)), piece.size};
+            total += ssize_t(piece.size);
         }
-        if (process_vm_writev(pid_t(pid), local.data(), local.size(), remote.data(), remote.size(),
-                              0) == total) {
-            return true;
+        if (process_vm_writev(pid_t(pid), local.data(), count, remote.data(), count, 0) == total) {
+            continue;
         }
-    }
-    // A read-only page stops the call part way; writing the same bytes again is harmless.
-    for (const MemoryWrite& piece : pieces) {
-        if (!Write(pid, piece.address, piece.data, piece.size)) {
-            return false;
+        // A read-only page stops the call part way; writing the same bytes again is harmless.
+        for (std::size_t i = 0; i < count; ++i) {
+            const MemoryWrite& piece = pieces[first + i];
+            if (!Write(pid, piece.address, piece.data, piece.size)) {
+                return false;
+            }
         }
     }
     return true;
+}
+
+void ProcfsProcessMemory::Release(std::uint32_t pid) {
+    if (pid == m_mem_pid) {
+        CloseMemFile();
+    }
+}
+
+int ProcfsProcessMemory::MemFile(std::uint32_t pid, bool reopen) {
+    if (pid != m_mem_pid || reopen) {
+        CloseMemFile();
+        m_mem_fd = ::open(ProcFile(pid, "mem").constData(), O_WRONLY | O_CLOEXEC);
+        m_mem_pid = m_mem_fd >= 0 ? pid : 0;
+    }
+    return m_mem_fd;
+}
+
+void ProcfsProcessMemory::CloseMemFile() {
+    if (m_mem_fd >= 0) {
+        ::close(m_mem_fd);
+    }
+    m_mem_fd = -1;
+    m_mem_pid = 0;
 }
 
 QString ProcfsProcessMemory::ExecutablePath(std::uint32_t pid) {

@@ -10,15 +10,34 @@ namespace tarvex {
 // as it was (so patched code stays executable). A group of writes goes in one
 // process_vm_writev call, which only reaches writable pages; pieces it cannot write go
 // through /proc/PID/mem one by one.
+//
+// The /proc/PID/mem descriptor of the process last written is kept open: opening it costs
+// several times the write itself. It is opened afresh for another process, after Release,
+// and when the process behind it has gone (ended, or replaced its program), so that a game
+// restarted under the same pid is written again.
 class ProcfsProcessMemory final : public ProcessMemory {
 public:
+    ProcfsProcessMemory() = default;
+    ProcfsProcessMemory(const ProcfsProcessMemory&) = delete;
+    ProcfsProcessMemory& operator=(const ProcfsProcessMemory&) = delete;
+    ~ProcfsProcessMemory() override;
+
     bool Read(std::uint32_t pid, std::uint32_t address, void* buffer, std::size_t size) override;
     bool ReadGroup(std::uint32_t pid, std::span<const MemoryRegion> regions) override;
     bool Write(std::uint32_t pid, std::uint32_t address, const void* data,
                std::size_t size) override;
     bool WriteGroup(std::uint32_t pid, std::span<const MemoryWrite> pieces) override;
+    void Release(std::uint32_t pid) override;
     QString ExecutablePath(std::uint32_t pid) override;
     bool Terminate(std::uint32_t pid) override;
+
+private:
+    // The kept descriptor for `pid`, opened (again) when needed; -1 when it cannot be opened.
+    int MemFile(std::uint32_t pid, bool reopen);
+    void CloseMemFile();
+
+    int m_mem_fd = -1;
+    std::uint32_t m_mem_pid = 0;
 };
 
 } // namespace tarvex
