@@ -130,10 +130,10 @@ void GameBridge::WritePatchStep(const PatchStep& step, std::uint32_t module_base
                                 WindowHandle hook_button) {
     switch (step.kind) {
     case PatchKind::Hex:
-        m_game.WriteGameHex(step.address, QString::fromLatin1(step.hex));
+        m_game.WriteGameBytes(step.address, step.bytes);
         break;
     case PatchKind::ModuleHex:
-        m_game.WriteGameHex(module_base + step.address, QString::fromLatin1(step.hex));
+        m_game.WriteGameBytes(module_base + step.address, step.bytes);
         break;
     case PatchKind::Long:
         m_game.WriteGameValue(step.address, std::int32_t(step.value));
@@ -193,9 +193,8 @@ void GameBridge::WriteRaceSetup() {
     m_game.WriteGameLong(block->transmission, std::int32_t(car.Transmission) - 1);
     m_game.WriteGameLong(block->constant, 1);
     m_game.WriteGameByte(block->tyre, car.Tyre);
-    m_game.WriteGameHex(block->penalty,
-                        QString::fromLatin1(race.PenaltiesDisabled == 1 ? block->penalty_off
-                                                                        : block->penalty_stock));
+    m_game.WriteGameBytes(block->penalty,
+                          race.PenaltiesDisabled == 1 ? block->penalty_off : block->penalty_stock);
 }
 
 void GameBridge::GotoMenu(int menu, int return_menu, int selection, int entry, float v1, float v2,

@@ -1,5 +1,7 @@
 #include "game/GameMap.h"
 
+#include "game/HexBytes.h"
+
 namespace tarvex::gamemap {
 
 namespace {
@@ -33,9 +35,9 @@ const MenuSystem* MenuSystemOf(GameBuild build) {
 const RaceSetupBlock* RaceSetupOf(GameBuild build) {
     static constexpr std::array<RaceSetupBlock, 2> kRows{{
         {0x89390C, 0x893910, 0x893888, 0x1660804, 0x1660848, 0x1660808, 0x1660850, 0x1660814,
-         0x1660854, 0x5662A7, 0x576819, "9090909090909090", "F30F118640010000"},
+         0x1660854, 0x5662A7, 0x576819, "9090909090909090"_hex, "F30F118640010000"_hex},
         {0x885A4C, 0x885A50, 0x8859C8, 0x1652804, 0x1652848, 0x1652808, 0x1652850, 0x1652814,
-         0x1652854, 0x55C927, 0x56CA51, "909090909090", "d99e40010000"},
+         0x1652854, 0x55C927, 0x56CA51, "909090909090"_hex, "d99e40010000"_hex},
     }};
     return RowOf(kRows, build, 3);
 }

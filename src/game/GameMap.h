@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 
 // Where things are in the game's memory, one table per kind of location, one row per build.
 // The game's builds move most of their data and code around, so nothing outside these tables
@@ -46,8 +47,8 @@ struct RaceSetupBlock {
         constant, tyre;
     // The respawn-penalty instruction: NOPs while penalties are off, else the stock bytes.
     std::uint32_t penalty;
-    const char* penalty_off;
-    const char* penalty_stock;
+    std::span<const std::uint8_t> penalty_off;
+    std::span<const std::uint8_t> penalty_stock;
 };
 const RaceSetupBlock* RaceSetupOf(GameBuild build);
 

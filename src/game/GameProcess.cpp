@@ -10,7 +10,6 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <vector>
 
 namespace tarvex {
 
@@ -38,8 +37,12 @@ GameProcess::GameProcess(const Platform& platform)
     , m_clock(platform.clock) {}
 
 void GameProcess::FindGame() {
+    const std::uint32_t previous = m_process_id;
     m_window = m_desktop->FindWindowByClass(QString::fromLatin1(kWindowClass));
     m_process_id = m_window != 0 ? m_desktop->WindowProcessId(m_window) : 0;
+    if (previous != 0 && previous != m_process_id) {
+        m_memory->Release(previous);
+    }
 }
 
 bool GameProcess::IsGameRunning() {
@@ -113,16 +116,21 @@ void GameProcess::ReadGameSingles(std::span<const std::uint32_t> addresses,
     if (count == 0) {
         return;
     }
-    std::vector<float> read(count);
-    std::vector<MemoryRegion> regions(count);
-    for (size_t i = 0; i < count; ++i) {
-        regions[i] = {addresses[i], &read[i], sizeof(float)};
+    // Read straight into the caller's values, a stack array of regions at a time; a failure
+    // anywhere overwrites them all below.
+    constexpr size_t Chunk = 8;
+    bool ok = m_process_id != 0;
+    for (size_t first = 0; ok && first < count; first += Chunk) {
+        const size_t chunk = std::min(Chunk, count - first);
+        std::array<MemoryRegion, Chunk> regions;
+        for (size_t i = 0; i < chunk; ++i) {
+            regions[i] = {addresses[first + i], &values[first + i], sizeof(float)};
+        }
+        ok = m_memory->ReadGroup(m_process_id, std::span(regions.data(), chunk));
     }
-    const bool ok = m_process_id != 0 && m_memory->ReadGroup(m_process_id, regions);
     m_last_result = ok ? 1 : 0;
     if (ok) {
-        m_single = read[count - 1];
-        std::copy(read.begin(), read.end(), values.begin());
+        m_single = values[count - 1];
     } else {
         std::fill_n(values.begin(), count, m_single);
     }
@@ -183,6 +191,11 @@ std::int32_t GameProcess::WriteGameHex(std::uint32_t address, const QString& hex
         *length = int(bytes.size());
     }
     return Write(address, bytes.constData(), size_t(bytes.size()));
+}
+
+std::int32_t GameProcess::WriteGameBytes(std::uint32_t address,
+                                         std::span<const std::uint8_t> bytes) {
+    return Write(address, bytes.data(), bytes.size());
 }
 
 QByteArray GameProcess::HexToBytes(const QString& hex) {

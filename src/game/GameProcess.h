@@ -63,6 +63,8 @@ public:
     // One byte per character (Latin-1; others become '?'), no terminator added.
     std::int32_t WriteGameString(std::uint32_t address, const QString& text, int* length = nullptr);
     std::int32_t WriteGameHex(std::uint32_t address, const QString& hex, int* length = nullptr);
+    // Bytes already decoded (the patch tables' are, when the program is compiled).
+    std::int32_t WriteGameBytes(std::uint32_t address, std::span<const std::uint8_t> bytes);
     static QByteArray HexToBytes(const QString& hex);
 
     // Returns once `milliseconds` have passed on the clock, running the event loop meanwhile so

@@ -18,8 +18,8 @@ enum class PatchWhen : std::uint8_t {
 // What one step of a row writes. Rows with several locations have one step per location, in
 // the order they are written.
 enum class PatchKind : std::uint8_t {
-    Hex,        // `hex` at `address`
-    ModuleHex,  // `hex` at M + `address`; M is published by the game some time after its start
+    Hex,        // `bytes` at `address`
+    ModuleHex,  // `bytes` at M + `address`; M is published by the game some time after its start
     Long,       // `value` as a 32-bit integer
     Single,     // `value` as a 32-bit float
     Byte,       // `value` as one byte
@@ -34,7 +34,7 @@ struct PatchStep {
     PatchWhen when;
     PatchKind kind;
     std::uint32_t address;
-    const char* hex;
+    std::span<const std::uint8_t> bytes;
     double value;
 };
 
