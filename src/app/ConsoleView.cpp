@@ -2,6 +2,7 @@
 
 #include "chat/ChatConsole.h"
 
+#include <QTextDocument>
 #include <QTextEdit>
 
 namespace tarvex {
@@ -20,6 +21,8 @@ void Append(QTextEdit* MainTXT, const QString& piece) {
 } // namespace
 
 void FollowConsole(ChatConsole& console, QTextEdit* MainTXT) {
+    // The box drops its oldest lines as the console does; a line is one block here.
+    MainTXT->document()->setMaximumBlockCount(ChatConsole::MaxLines);
     MainTXT->setPlainText(
         QString(console.Text()).replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
     QObject::connect(&console, &ChatConsole::Appended, MainTXT,

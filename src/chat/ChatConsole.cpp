@@ -26,9 +26,23 @@ void ChatConsole::DisplayText(const QString& text) {
     Show(text, text);
 }
 
+QString ChatConsole::Text() const {
+    QString text;
+    for (const QString& line : m_lines) {
+        if (&line != &m_lines.front()) {
+            text += QStringLiteral("\r\n");
+        }
+        text += line;
+    }
+    return text;
+}
+
 void ChatConsole::Show(const QString& console_line, const QString& overlay_line) {
-    const QString piece = m_text.isEmpty() ? console_line : QStringLiteral("\r\n") + console_line;
-    m_text += piece;
+    const QString piece = m_lines.empty() ? console_line : QStringLiteral("\r\n") + console_line;
+    m_lines.push_back(console_line);
+    if (m_lines.size() > std::size_t(MaxLines)) {
+        m_lines.pop_front();
+    }
     emit Appended(piece);
 
     for (std::size_t i = 0; i < 3; ++i) {

@@ -4,6 +4,7 @@
 #include <QString>
 #include <array>
 #include <cstdint>
+#include <deque>
 
 namespace tarvex {
 
@@ -24,8 +25,12 @@ public:
     // A system line, shown as it is.
     void DisplayText(const QString& text);
 
-    // Everything shown so far, lines separated by CR LF.
-    const QString& Text() const { return m_text; }
+    // A long session does not grow without end: the console keeps this many of the newest
+    // lines, and so does the text box that shows it.
+    static constexpr int MaxLines = 5000;
+
+    // The lines kept, separated by CR LF.
+    QString Text() const;
 
     // None until a game bridge exists; the console works without one.
     void SetGameMessageBox(GameMessageBox* box) { m_game_box = box; }
@@ -42,7 +47,7 @@ private:
 
     const std::uint8_t& m_chat_seconds;
     GameMessageBox* m_game_box = nullptr;
-    QString m_text;
+    std::deque<QString> m_lines;
 };
 
 } // namespace tarvex

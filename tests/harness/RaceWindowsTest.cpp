@@ -118,6 +118,15 @@ private slots:
             QCOMPARE(client->findChild<QComboBox*>(QLatin1String(list))->currentIndex(), -1);
         }
 
+        // A long session keeps only the newest lines, in the console and in its box alike.
+        QStringList newest;
+        for (int i = 1; i <= ChatConsole::MaxLines; ++i) {
+            newest.append(QString::number(i));
+            ann->console.DisplayText(newest.last());
+        }
+        QCOMPARE(ann->console.Text(), newest.join(QStringLiteral("\r\n")));
+        QCOMPARE(Console(*client), newest.join(u'\n'));
+
         // A newcomer during a race learns it from the welcome and waits it out.
         host->flags.RaceLaunched = 1;
         std::unique_ptr<ClientFRM> late;
