@@ -4,6 +4,7 @@
 #include "TarvexPart.h"
 #include "TestRegistry.h"
 
+#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <cmath>
@@ -18,6 +19,7 @@ namespace {
 constexpr std::uint32_t kPid = 4242;
 constexpr int kFrameMs = 10;
 constexpr int kFramesPerSample = 15; // the default data interval, 150 ms
+constexpr qint64 kRealSampleMs = 20;
 
 // One player on the stage: a copy of Tarvex and its own game, in process. Tarvex installs its
 // ghost car files and applies its patches; the test-side helper of the game's own tests drives
@@ -138,6 +140,7 @@ private slots:
         int frame = 0;
         float worst_gap = 0, worst_heading = 0;
         int worst_age = 0;
+        QElapsedTimer sampled;
         auto run = [&](int frames) {
             for (int i = 0; i < frames; ++i, ++frame) {
                 for (Driver* d : {&anna, &bob}) {
@@ -150,6 +153,12 @@ private slots:
                     anna_track.pop_front();
                 }
                 if (frame % kFramesPerSample == 0) {
+                    // The game's time runs here as fast as the machine allows, but the host
+                    // budgets each player's car states in real time: 50 a second.
+                    if (sampled.isValid() && sampled.elapsed() < kRealSampleMs) {
+                        QTest::qWait(int(kRealSampleMs - sampled.elapsed()));
+                    }
+                    sampled.start();
                     const int anna_had = anna.received, bob_had = bob.received;
                     anna.Send();
                     bob.Send();
