@@ -11,13 +11,13 @@
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
+#include <array>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <linux/sockios.h>
 #include <poll.h>
 #include <sys/ioctl.h>
-#include <thread>
 
 using namespace tarvex;
 using namespace tarvex::bench;
@@ -71,7 +71,7 @@ int RunRawRelay(quint16 port) {
     }
 }
 
-// One player of the session, seen from this benchmark.
+// One player of a session, seen from this benchmark.
 struct Client {
     ENetHost* host = nullptr;
     ENetPeer* peer = nullptr;
@@ -80,36 +80,53 @@ struct Client {
     qint64 arrival_ns = -1;
 };
 
-std::vector<Client> g_clients;
+struct Figures {
+    std::vector<double> last_us;
+    std::vector<double> first_us;
+    int lost = 0;
+};
+
+// A host and its 11 clients. The bare relay needs no handshake and decodes nothing.
+struct Session {
+    bool tarvex = false;
+    std::vector<Client> clients = std::vector<Client>(Clients);
+    std::uint8_t compression = 0;
+    Figures chat;
+    Figures car;
+};
+
+std::array<Session, 2> g_sessions;
 QByteArray g_marker;
 
 // Runs for every datagram as it is read, before ENet looks at it: the one that carries the
 // current sample gets the time the kernel stamped on its arrival.
 int ENET_CALLBACK StampArrival(ENetHost* host, ENetEvent*) {
-    for (Client& client : g_clients) {
-        if (client.host != host || client.arrival_ns >= 0 || g_marker.isEmpty()) {
-            continue;
-        }
-        const QByteArrayView datagram(host->receivedData, qsizetype(host->receivedDataLength));
-        timespec stamp;
-        if (datagram.indexOf(g_marker) >= 0 && ioctl(host->socket, SIOCGSTAMPNS, &stamp) == 0) {
-            client.arrival_ns = qint64(stamp.tv_sec) * 1000000000 + stamp.tv_nsec;
+    for (Session& session : g_sessions) {
+        for (Client& client : session.clients) {
+            if (client.host != host || client.arrival_ns >= 0 || g_marker.isEmpty()) {
+                continue;
+            }
+            const QByteArrayView datagram(host->receivedData, qsizetype(host->receivedDataLength));
+            timespec stamp;
+            if (datagram.indexOf(g_marker) >= 0 && ioctl(host->socket, SIOCGSTAMPNS, &stamp) == 0) {
+                client.arrival_ns = qint64(stamp.tv_sec) * 1000000000 + stamp.tv_nsec;
+            }
         }
     }
     return 0;
 }
 
-void Drain(Client& client, bool tarvex, std::uint8_t& compression) {
+void Drain(Session& session, Client& client) {
     ENetEvent event;
     while (enet_host_service(client.host, &event, 0) > 0) {
         if (event.type == ENET_EVENT_TYPE_CONNECT) {
             enet_peer_throttle_configure(client.peer, ENET_PEER_PACKET_THROTTLE_INTERVAL,
                                          ENET_PEER_PACKET_THROTTLE_SCALE, 0);
-            client.joined |= !tarvex;
+            client.joined |= !session.tarvex;
         } else if (event.type == ENET_EVENT_TYPE_RECEIVE) {
             const QByteArray bytes = PacketBytes(event.packet);
             enet_packet_destroy(event.packet);
-            if (!tarvex || bytes.isEmpty() ||
+            if (!session.tarvex || bytes.isEmpty() ||
                 AnswerChallenge(client.peer, bytes, QStringLiteral("Listener"))) {
                 continue;
             }
@@ -120,7 +137,7 @@ void Drain(Client& client, bool tarvex, std::uint8_t& compression) {
                 WireReader r(bytes);
                 r.U8();
                 if (const auto data = GameDataMsg::decode(r)) {
-                    compression = data->compression;
+                    session.compression = data->compression;
                 }
             }
         }
@@ -133,13 +150,17 @@ void Send(Client& client, const QByteArray& bytes, bool reliable) {
                                       reliable ? ENET_PACKET_FLAG_RELIABLE : 0));
 }
 
-// Serves every client's socket until `done` or `ms` have passed.
+// Serves the sockets of every client of both sessions until `done` or `ms` have passed.
 template <class Done>
-bool ServeUntil(const Done& done, int ms, bool tarvex, std::uint8_t& compression) {
+bool ServeUntil(const Done& done, int ms) {
     const qint64 until = RealNs() + qint64(ms) * 1000000;
     std::vector<pollfd> fds;
-    for (const Client& client : g_clients) {
-        fds.push_back({client.host->socket, POLLIN, 0});
+    for (const Session& session : g_sessions) {
+        for (const Client& client : session.clients) {
+            if (client.host) {
+                fds.push_back({client.host->socket, POLLIN, 0});
+            }
+        }
     }
     while (!done()) {
         const qint64 left_ms = (until - RealNs()) / 1000000;
@@ -147,105 +168,92 @@ bool ServeUntil(const Done& done, int ms, bool tarvex, std::uint8_t& compression
             return false;
         }
         poll(fds.data(), fds.size(), int(std::min<qint64>(left_ms, 20)));
-        for (Client& client : g_clients) {
-            Drain(client, tarvex, compression);
+        for (Session& session : g_sessions) {
+            for (Client& client : session.clients) {
+                if (client.host) {
+                    Drain(session, client);
+                }
+            }
         }
     }
     return true;
 }
 
-struct Figures {
-    std::vector<double> last_us;
-    std::vector<double> first_us;
-    int lost = 0;
-};
-
-// Joins 11 players to the host on `port` and measures `samples` of each kind.
-bool Measure(quint16 port, bool tarvex, int samples, Figures& chat, Figures& car) {
-    std::uint8_t compression = 0;
-    g_clients.assign(Clients, Client{});
+// Seats 11 players with the host on `port`, one at a time as players arrive: a host lets one
+// address have only a few joins going.
+bool Join(Session& session, quint16 port) {
     ENetAddress address;
     enet_address_set_host_ip(&address, "127.0.0.1");
     address.port = port;
-    for (Client& client : g_clients) {
+    for (Client& client : session.clients) {
         client.host = enet_host_create(nullptr, 1, 3, 0, 0);
         client.host->intercept = StampArrival;
         // The first request turns the socket's arrival stamps on.
         timespec unused;
         ioctl(client.host->socket, SIOCGSTAMPNS, &unused);
-    }
-    // One at a time, as players arrive: a host lets one address have only a few joins going.
-    for (Client& client : g_clients) {
         client.peer = enet_host_connect(client.host, &address, 3, 0);
-        if (!ServeUntil([&] { return client.joined; }, 20000, tarvex, compression)) {
+        if (!ServeUntil([&] { return client.joined; }, 20000)) {
             std::fprintf(stderr, "not every player got in\n");
             return false;
         }
     }
-    if (tarvex) {
+    if (session.tarvex) {
         // Car states go to players on the stage; the others would get progress messages.
-        for (Client& client : g_clients) {
+        for (Client& client : session.clients) {
             Send(client, Encode(GameStatusMsg{client.slot, 4}), true);
             enet_host_flush(client.host);
         }
     }
-    ServeUntil([] { return false; }, 500, tarvex, compression);
-
-    for (int i = 0; i < 2 * samples; ++i) {
-        const bool is_chat = i % 2 == 0;
-        Client& sender = g_clients[size_t((i / 2) % Clients)];
-        const int id = i + 1;
-        QByteArray bytes;
-        if (is_chat) {
-            g_marker = '#' + QByteArray::number(id) + '#';
-            bytes = Encode(ChatMsg{sender.slot, QStringLiteral("relay sample ") +
-                                                    QString::fromLatin1(g_marker)});
-        } else {
-            CarStateMsg state;
-            state.compression = compression;
-            state.slot = sender.slot;
-            state.sent_at = 0x5A000000 + id;
-            state.distance = float(id);
-            state.progress = 42;
-            bytes = Encode(state);
-            g_marker = bytes.left(6); // type, slot and the unique sent-at
-        }
-        for (Client& client : g_clients) {
-            client.arrival_ns = -1;
-        }
-        Send(sender, bytes, is_chat);
-        const qint64 sent_ns = RealNs();
-        enet_host_flush(sender.host);
-        const auto arrived = [&] {
-            return std::all_of(g_clients.begin(), g_clients.end(), [&](const Client& c) {
-                return (!is_chat && &c == &sender) || c.arrival_ns >= 0;
-            });
-        };
-        Figures& figures = is_chat ? chat : car;
-        if (ServeUntil(arrived, 500, tarvex, compression)) {
-            qint64 first = std::numeric_limits<qint64>::max();
-            qint64 last = 0;
-            for (const Client& client : g_clients) {
-                if (client.arrival_ns >= 0) {
-                    first = std::min(first, client.arrival_ns);
-                    last = std::max(last, client.arrival_ns);
-                }
-            }
-            figures.last_us.push_back(double(last - sent_ns) / 1000.0);
-            figures.first_us.push_back(double(first - sent_ns) / 1000.0);
-        } else {
-            ++figures.lost;
-        }
-        g_marker.clear();
-        // Spaced as players are: well inside every client's budget for chat and car states.
-        ServeUntil([] { return false; }, 4, tarvex, compression);
-    }
-    for (Client& client : g_clients) {
-        enet_peer_disconnect_now(client.peer, 0);
-        enet_host_destroy(client.host);
-    }
-    g_clients.clear();
     return true;
+}
+
+// One message from one client, timed until every copy the host sends on has arrived.
+void Sample(Session& session, int id, bool is_chat) {
+    Client& sender = session.clients[size_t((id / 4) % Clients)];
+    QByteArray bytes;
+    if (is_chat) {
+        g_marker = '#' + QByteArray::number(id) + '#';
+        bytes = Encode(
+            ChatMsg{sender.slot, QStringLiteral("relay sample ") + QString::fromLatin1(g_marker)});
+    } else {
+        CarStateMsg state;
+        state.compression = session.compression;
+        state.slot = sender.slot;
+        state.sent_at = 0x5A000000 + id;
+        state.distance = float(id);
+        state.progress = 42;
+        bytes = Encode(state);
+        g_marker = bytes.left(6); // type, slot and the unique sent-at
+    }
+    for (Client& client : session.clients) {
+        client.arrival_ns = -1;
+    }
+    Send(sender, bytes, is_chat);
+    const qint64 sent_ns = RealNs();
+    enet_host_flush(sender.host);
+    const auto arrived = [&] {
+        return std::all_of(session.clients.begin(), session.clients.end(), [&](const Client& c) {
+            return (!is_chat && &c == &sender) || c.arrival_ns >= 0;
+        });
+    };
+    Figures& figures = is_chat ? session.chat : session.car;
+    if (ServeUntil(arrived, 500)) {
+        qint64 first = std::numeric_limits<qint64>::max();
+        qint64 last = 0;
+        for (const Client& client : session.clients) {
+            if (client.arrival_ns >= 0) {
+                first = std::min(first, client.arrival_ns);
+                last = std::max(last, client.arrival_ns);
+            }
+        }
+        figures.last_us.push_back(double(last - sent_ns) / 1000.0);
+        figures.first_us.push_back(double(first - sent_ns) / 1000.0);
+    } else {
+        ++figures.lost;
+    }
+    g_marker.clear();
+    // Spaced as players are: well inside every client's budget for chat and car states.
+    ServeUntil([] { return false; }, 4);
 }
 
 void Row(const char* what, const Figures& raw, const Figures& tarvex, bool first) {
@@ -269,30 +277,38 @@ int main(int argc, char** argv) {
         return 1;
     }
 
-    Figures raw_chat, raw_car, chat, car;
-    {
-        const quint16 port = FreePort();
-        QProcess relay;
-        relay.setProcessChannelMode(QProcess::ForwardedChannels);
-        relay.start(QCoreApplication::applicationFilePath(),
-                    {QStringLiteral("--raw-relay"), QString::number(port)});
-        if (!relay.waitForStarted(5000) || !Measure(port, false, samples, raw_chat, raw_car)) {
-            return 1;
-        }
-        relay.kill();
-        relay.waitForFinished();
+    // Both hosts run side by side and the samples alternate between them, so that whatever
+    // else the machine is doing weighs on both alike.
+    Session& raw = g_sessions[0];
+    Session& tarvex = g_sessions[1];
+    tarvex.tarvex = true;
+    QTemporaryDir folder;
+    QProcess relay;
+    QProcess host;
+    const quint16 raw_port = FreePort();
+    relay.setProcessChannelMode(QProcess::ForwardedChannels);
+    relay.start(QCoreApplication::applicationFilePath(),
+                {QStringLiteral("--raw-relay"), QString::number(raw_port)});
+    const quint16 port = FreePort();
+    if (!relay.waitForStarted(5000) ||
+        !StartTarvex(host, TarvexFolder(folder.path(), QStringLiteral("host")),
+                     QStringLiteral("-1::%1:Hostess:").arg(port)) ||
+        !Join(raw, raw_port) || !Join(tarvex, port)) {
+        return 1;
     }
-    {
-        QTemporaryDir folder;
-        const quint16 port = FreePort();
-        QProcess host;
-        const QString config = TarvexFolder(folder.path(), QStringLiteral("host"));
-        if (!StartTarvex(host, config, QStringLiteral("-1::%1:Hostess:").arg(port)) ||
-            !Measure(port, true, samples, chat, car)) {
-            return 1;
+    ServeUntil([] { return false; }, 500);
+    for (int id = 0; id < 4 * samples; ++id) {
+        Sample(id % 2 == 0 ? raw : tarvex, id, id % 4 < 2);
+    }
+    for (Session& session : g_sessions) {
+        for (Client& client : session.clients) {
+            enet_peer_disconnect_now(client.peer, 0);
+            enet_host_destroy(client.host);
         }
-        host.kill();
-        host.waitForFinished();
+    }
+    for (QProcess* process : {&relay, &host}) {
+        process->kill();
+        process->waitForFinished();
     }
 
     std::printf("relay: host + %d clients on loopback, %d samples per kind; microseconds from the "
@@ -300,11 +316,11 @@ int main(int argc, char** argv) {
                 Clients, samples);
     std::printf("  %-26s %8s %8s   %8s %8s   %7s %7s\n", "", "raw p50", "raw p99", "tvx p50",
                 "tvx p99", "p50", "p99");
-    Row("chat, last of 11 copies", raw_chat, chat, false);
-    Row("car state, last of 10", raw_car, car, false);
-    Row("chat, first copy", raw_chat, chat, true);
-    Row("car state, first copy", raw_car, car, true);
-    std::printf("  lost: raw %d chat %d car, tarvex %d chat %d car\n", raw_chat.lost, raw_car.lost,
-                chat.lost, car.lost);
+    Row("chat, last of 11 copies", raw.chat, tarvex.chat, false);
+    Row("car state, last of 10", raw.car, tarvex.car, false);
+    Row("chat, first copy", raw.chat, tarvex.chat, true);
+    Row("car state, first copy", raw.car, tarvex.car, true);
+    std::printf("  lost: raw %d chat %d car, tarvex %d chat %d car\n", raw.chat.lost, raw.car.lost,
+                tarvex.chat.lost, tarvex.car.lost);
     return 0;
 }
