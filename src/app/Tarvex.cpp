@@ -30,6 +30,13 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
             [this] { m_server_side->SendGameData(CurrentGameData()); });
     connect(m_client_side, &ClientSide::ChatLine, &console, &ChatConsole::DisplayMsg);
     connect(m_client_side, &ClientSide::SystemLine, &console, &ChatConsole::DisplayText);
+    chat_input.SetSend([this](const QString& text) {
+        if (IsHost) {
+            m_server_side->SendMsg(text);
+        } else {
+            m_client_side->SendMsg(text);
+        }
+    });
     m_client_side->SetOwnCar([this] {
         const CarSelection& car = LocalCar();
         return RowCar{car.Car, car.Transmission, car.Tyre};

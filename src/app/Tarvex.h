@@ -2,6 +2,7 @@
 
 #include "app/Settings.h"
 #include "chat/ChatConsole.h"
+#include "chat/ChatInput.h"
 #include "game/GameProcess.h"
 #include "net/ClientSide.h"
 #include "net/Roster.h"
@@ -52,6 +53,8 @@ public:
 
     // The race window's console and the overlay's last lines.
     ChatConsole console{settings.ChatSeconds};
+    // The race window's chat line, which in-game chat types into as well.
+    ChatInput chat_input{console, roster, settings.QuickMessages};
 
     // The session transport: the server side on the host, the client side when joining. Both
     // exist for the whole run; only the one of the chosen role is ever opened.
