@@ -8,6 +8,7 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMouseEvent>
+#include <QScopedValueRollback>
 #include <QTextBlock>
 #include <QTextEdit>
 
@@ -87,12 +88,14 @@ public:
         , m_box(box) {}
 
     bool eventFilter(QObject* watched, QEvent* event) override {
-        if (watched != &m_window || event->type() != QEvent::KeyPress || m_box->hasFocus()) {
+        if (watched != &m_window || event->type() != QEvent::KeyPress || m_forwarding) {
             return QObject::eventFilter(watched, event);
         }
         m_box->setFocus(Qt::OtherFocusReason);
         const auto* key = static_cast<QKeyEvent*>(event);
         if (!key->text().isEmpty() && key->text().front().isPrint()) {
+            // A key the box ignores comes back here on its way up: it is not sent again.
+            const QScopedValueRollback forwarding(m_forwarding, true);
             QKeyEvent copy(QEvent::KeyPress, key->key(), key->modifiers(), key->text());
             QCoreApplication::sendEvent(m_box, &copy);
         }
@@ -102,6 +105,7 @@ public:
 private:
     QWidget& m_window;
     QLineEdit* m_box;
+    bool m_forwarding = false;
 };
 
 } // namespace
