@@ -1,5 +1,6 @@
 #include "app/ClientFRM.h"
 
+#include "app/GhostMenu.h"
 #include "app/PlayerRows.h"
 #include "app/RaceControlsBox.h"
 #include "app/RaceWindowLayout.h"
@@ -27,6 +28,7 @@ ClientFRM::ClientFRM(Tarvex& tarvex, QWidget* parent)
     m_lblServerName = parts.lblServerName;
     m_lblStatus = parts.lblStatus;
     m_MainTXT = parts.MainTXT;
+    AddGhostMenu(*this, m_tarvex.settings, m_tarvex.ghost_files());
 
     ClientSession& client = m_tarvex.client();
     connect(&client, &ClientSession::ConnectComplete, this, &ClientFRM::OnConnectComplete);

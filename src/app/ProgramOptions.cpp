@@ -21,7 +21,12 @@ ProgramOptions::ProgramOptions()
                    QStringLiteral("file"))
     , m_probe(QStringLiteral("probe-game"),
               QStringLiteral("Look for the running game, print what Tarvex sees of it, and "
-                             "exit.")) {
+                             "exit."))
+    , m_check(QStringLiteral("check-game-files"),
+              QStringLiteral("Check the game in <folder> for stock physics as a host with cheat "
+                             "protection demands, print what is wrong (or \"game files: ok\"), "
+                             "and exit."),
+              QStringLiteral("folder")) {
     m_parser.setApplicationDescription(
         QStringLiteral("Multiplayer sessions for Duneholt Rally.\n\n"
                        "-M:A:B:C:P fills the start-up window: M is 1 to host at once, 2 to join "
@@ -33,6 +38,7 @@ ProgramOptions::ProgramOptions()
     m_parser.addOption(m_print);
     m_parser.addOption(m_screenshot);
     m_parser.addOption(m_probe);
+    m_parser.addOption(m_check);
 }
 
 bool ProgramOptions::Parse(QStringList arguments) {

@@ -1,5 +1,6 @@
 #include "app/ServerFRM.h"
 
+#include "app/GhostMenu.h"
 #include "app/PlayerRows.h"
 #include "app/RaceControlsBox.h"
 #include "app/RaceWindowLayout.h"
@@ -25,6 +26,7 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
     m_lblStatus = parts.lblStatus;
     m_lblStatus->setText(QStringLiteral("Status: Idle"));
     m_MainTXT = parts.MainTXT;
+    AddGhostMenu(*this, m_tarvex.settings, m_tarvex.ghost_files());
 
     m_listing = new PublicListing(
         [this] {

@@ -13,6 +13,7 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
     , client_race(RaceChoices::Form::Client, race, stored.client_car, SystemRandom())
     , m_platform(std::move(platform))
     , m_config_folder(std::move(config_folder))
+    , m_bridge(new GameBridge(m_platform, m_game, stored, IsHost, m_ghost_files, this))
     , m_server(new HostSession(m_platform.dialogs, this))
     , m_client(new ClientSession(m_platform.dialogs, this))
     , m_server_side(

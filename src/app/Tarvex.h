@@ -3,7 +3,9 @@
 #include "app/Settings.h"
 #include "chat/ChatConsole.h"
 #include "chat/ChatInput.h"
+#include "game/GameBridge.h"
 #include "game/GameProcess.h"
+#include "ghost/GhostFiles.h"
 #include "net/ClientSide.h"
 #include "net/Roster.h"
 #include "net/ServerSide.h"
@@ -67,6 +69,10 @@ public:
 
     // The running game as this copy reaches it.
     GameProcess& game() { return m_game; }
+    // The ghost car files and model slot of this copy's game.
+    GhostFiles& ghost_files() { return m_ghost_files; }
+    // What this copy writes into its game: set-up, patches, menu automation (mnuTimer).
+    GameBridge& bridge() { return *m_bridge; }
 
     // The races of this session (every copy keeps its own table).
     Results results;
@@ -91,6 +97,8 @@ private:
     Platform m_platform;
     QString m_config_folder;
     GameProcess m_game{m_platform};
+    GhostFiles m_ghost_files{m_game, settings};
+    GameBridge* m_bridge;
     HostSession* m_server;
     ClientSession* m_client;
     ServerSide* m_server_side;
