@@ -11,6 +11,7 @@
 #include <QScopedValueRollback>
 #include <QTextBlock>
 #include <QTextEdit>
+#include <QTimer>
 
 namespace tarvex {
 
@@ -123,6 +124,24 @@ QLineEdit* AddChatBox(QWidget& window, QTextEdit* MainTXT, Tarvex& tarvex) {
     dataTXT->installEventFilter(new BoxKeys(dataTXT, input));
     MainTXT->viewport()->installEventFilter(new ConsoleLinks(MainTXT, tarvex));
     window.installEventFilter(new TypeIntoBox(window, dataTXT));
+
+    InGameChat& in_game = tarvex.in_game_chat();
+    if (!in_game.CanHookKeyboard() && tarvex.platform().dialogs) {
+        // Said once the window is up behind it; everything but typing in the game works on.
+        QMetaObject::invokeMethod(
+            dataTXT,
+            [dialogs = tarvex.platform().dialogs] {
+                dialogs->MessageBox(QStringLiteral("Error"),
+                                    QStringLiteral("Cant hook keyboard, ingame chat disabled."),
+                                    Dialogs::Icon::Critical);
+            },
+            Qt::QueuedConnection);
+    }
+    in_game.textTimer().start();
+    QObject::connect(dataTXT, &QObject::destroyed, &in_game, [&in_game] {
+        in_game.textTimer().stop();
+        in_game.UnhookKeyboard();
+    });
     return dataTXT;
 }
 

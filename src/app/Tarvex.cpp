@@ -1,5 +1,6 @@
 #include "app/Tarvex.h"
 
+#include "app/InGameRace.h"
 #include "race/GameData.h"
 #include "race/RaceLink.h"
 
@@ -14,6 +15,8 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
     , m_platform(std::move(platform))
     , m_config_folder(std::move(config_folder))
     , m_bridge(new GameBridge(m_platform, m_game, stored, IsHost, m_ghost_files, this))
+    , m_in_game_chat(new InGameChat(m_game, *m_bridge, *m_platform.desktop, *m_platform.keyboard,
+                                    console, chat_input, this))
     , m_server(new HostSession(m_platform.dialogs, this))
     , m_client(new ClientSession(m_platform.dialogs, this))
     , m_server_side(
@@ -31,6 +34,8 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
             [this] { m_server_side->SendGameData(CurrentGameData()); });
     connect(m_client_side, &ClientSide::ChatLine, &console, &ChatConsole::DisplayMsg);
     connect(m_client_side, &ClientSide::SystemLine, &console, &ChatConsole::DisplayText);
+    console.SetGameMessageBox(m_in_game_chat);
+    m_in_game_chat->SetRace(InGameRace(*this));
     chat_input.SetSend([this](const QString& text) {
         if (IsHost) {
             m_server_side->SendMsg(text);
@@ -44,7 +49,10 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
     });
 }
 
-Tarvex::~Tarvex() = default;
+Tarvex::~Tarvex() {
+    // The hook belongs to the platform, which goes before the chat that it calls back.
+    m_in_game_chat->UnhookKeyboard();
+}
 
 void Tarvex::ApplyDataInterval() {
     // A hand-edited INTERVAL of 0 or less would make the poll spin; one millisecond is the floor.

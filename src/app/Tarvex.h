@@ -3,6 +3,7 @@
 #include "app/Settings.h"
 #include "chat/ChatConsole.h"
 #include "chat/ChatInput.h"
+#include "chat/InGameChat.h"
 #include "game/GameBridge.h"
 #include "game/GameProcess.h"
 #include "ghost/GhostFiles.h"
@@ -73,6 +74,8 @@ public:
     GhostFiles& ghost_files() { return m_ghost_files; }
     // What this copy writes into its game: set-up, patches, menu automation (mnuTimer).
     GameBridge& bridge() { return *m_bridge; }
+    // The chat lines and the standings board inside the game, and its chat keys (textTimer).
+    InGameChat& in_game_chat() { return *m_in_game_chat; }
 
     // The races of this session (every copy keeps its own table).
     Results results;
@@ -99,6 +102,7 @@ private:
     GameProcess m_game{m_platform};
     GhostFiles m_ghost_files{m_game, settings};
     GameBridge* m_bridge;
+    InGameChat* m_in_game_chat;
     HostSession* m_server;
     ClientSession* m_client;
     ServerSide* m_server_side;
