@@ -53,6 +53,8 @@ private slots:
         SessionHarness session;
         QVERIFY(session.StartHost(QStringLiteral("Hostess"), 4));
         Player& host = session.Host();
+        // A desktop whose keyboard cannot be watched: said once, and the rest works on.
+        host.platform.keyboard->available = false;
         ServerFRM server(*host);
         server.setAttribute(Qt::WA_DeleteOnClose, false);
         server.PrepareSession(QStringLiteral("Harness"));
@@ -62,6 +64,13 @@ private slots:
             client->setAttribute(Qt::WA_DeleteOnClose, false);
         });
         QVERIFY(client->Welcomed());
+        const auto& messages = host.platform.dialogs->messages;
+        QCOMPARE(messages.size(), 1);
+        QCOMPARE(messages[0].title, QStringLiteral("Error"));
+        QCOMPARE(messages[0].text, QStringLiteral("Cant hook keyboard, ingame chat disabled."));
+        QCOMPARE(messages[0].icon, Dialogs::Icon::Critical);
+        QVERIFY(ann.platform.dialogs->messages.isEmpty());
+        QVERIFY(host->in_game_chat().textTimer().isActive());
 
         // Before a race, "/fstart" is no command but a line like any other.
         Say(server, QStringLiteral("/fstart"));
