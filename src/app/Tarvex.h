@@ -6,6 +6,7 @@
 #include "chat/InGameChat.h"
 #include "game/GameBridge.h"
 #include "game/GameProcess.h"
+#include "ghost/GhostExchange.h"
 #include "ghost/GhostFiles.h"
 #include "net/ClientSide.h"
 #include "net/Roster.h"
@@ -76,6 +77,9 @@ public:
     GameBridge& bridge() { return *m_bridge; }
     // The chat lines and the standings board inside the game, and its chat keys (textTimer).
     InGameChat& in_game_chat() { return *m_in_game_chat; }
+    // The other players' cars as ghosts in that game; our car state goes out through the
+    // session of the role played.
+    GhostExchange& ghosts() { return m_ghosts; }
 
     // The races of this session (every copy keeps its own table).
     Results results;
@@ -103,6 +107,7 @@ private:
     GhostFiles m_ghost_files{m_game, settings};
     GameBridge* m_bridge;
     InGameChat* m_in_game_chat;
+    GhostExchange m_ghosts{m_game, *m_platform.clock, roster, settings};
     HostSession* m_server;
     ClientSession* m_client;
     ServerSide* m_server_side;
