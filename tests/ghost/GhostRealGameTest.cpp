@@ -1,119 +1,27 @@
 #include "FreePort.h"
-#include "RaceReadySettings.h"
-#include "TempFolder.h"
+#include "RealMachine.h"
 #include "TestRegistry.h"
-#include "XvfbServer.h"
 #include "app/Tarvex.h"
-#include "platform/fake/FakePlatform.h"
-#include "platform/linux/MonotonicClock.h"
-#include "platform/linux/ProcfsProcessMemory.h"
-#include "platform/linux/XcbConnection.h"
-#include "platform/linux/XcbDesktop.h"
 
 #include <QDir>
-#include <QFile>
 #include <QImage>
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTest>
 #include <QTimer>
-#include <memory>
-#include <xcb/xcb.h>
 
 using namespace tarvex;
 
 namespace {
 
-// One player's machine: an X server of its own, a real DuneholtRally in a game folder of its
-// own, and a whole copy of Tarvex reaching that game through the native platform.
-class Machine {
-public:
-    Machine(const QString& executable, const QStringList& arguments) {
-        if (m_server.Display().isEmpty()) {
-            return;
+bool DrawsGhostOf(const test::Machine& machine, int slot) {
+    for (const QJsonValue& ghost : machine.Status().value(QStringLiteral("ghosts")).toArray()) {
+        if (ghost.toObject().value(QStringLiteral("k")).toInt() == slot) {
+            return true;
         }
-        QFile::copy(executable, m_game_folder.File(QStringLiteral("DuneholtRally")));
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DISPLAY"), m_server.Display());
-        m_game.setProcessEnvironment(environment);
-        m_game.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        m_game.start(m_game_folder.File(QStringLiteral("DuneholtRally")),
-                     arguments + QStringList{QStringLiteral("--status"), StatusFile()});
-        m_game.waitForStarted(5000);
-
-        FakePlatform fake;
-        Platform platform = fake.AsPlatform();
-        platform.clock = std::make_shared<MonotonicClock>();
-        platform.memory = std::make_shared<ProcfsProcessMemory>();
-        platform.desktop =
-            std::make_shared<XcbDesktop>(std::make_shared<XcbConnection>(m_server.Display()));
-        tarvex = std::make_unique<Tarvex>(platform, m_config.Path());
-        tarvex->stored = test::RaceReadySettings();
-        Settings& s = tarvex->settings;
-        s.GhostModel = 5;
-        s.ShowNameTag = 1;
-        s.NameHeight = 1;
-        s.NameOpacity = 8;
-        s.DataInterval = 150;
-        s.BroadcastAddress = QStringLiteral("127.0.0.1");
     }
-    ~Machine() {
-        tarvex.reset();
-        m_game.kill();
-        m_game.waitForFinished(5000);
-    }
-
-    bool Started() const { return !m_server.Display().isEmpty() && m_game.processId() != 0; }
-    QString StatusFile() const { return m_game_folder.File(QStringLiteral("status.json")); }
-    // The game's last reported state.
-    QJsonObject Status() const {
-        const QList<QByteArray> lines =
-            m_game_folder.Read(QStringLiteral("status.json")).split('\n');
-        for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
-            if (!line->isEmpty()) {
-                return QJsonDocument::fromJson(*line).object();
-            }
-        }
-        return {};
-    }
-    bool DrawsGhostOf(int slot) const {
-        for (const QJsonValue& ghost : Status().value(QStringLiteral("ghosts")).toArray()) {
-            if (ghost.toObject().value(QStringLiteral("k")).toInt() == slot) {
-                return true;
-            }
-        }
-        return false;
-    }
-    // What the X server shows, as a picture.
-    QImage Screen() const {
-        xcb_connection_t* xcb = xcb_connect(m_server.Display().toLatin1().constData(), nullptr);
-        const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(xcb)).data;
-        xcb_get_image_reply_t* reply = xcb_get_image_reply(
-            xcb,
-            xcb_get_image(xcb, XCB_IMAGE_FORMAT_Z_PIXMAP, screen->root, 0, 0,
-                          screen->width_in_pixels, screen->height_in_pixels, ~0u),
-            nullptr);
-        QImage image;
-        if (reply) {
-            image = QImage(xcb_get_image_data(reply), screen->width_in_pixels,
-                           screen->height_in_pixels, QImage::Format_RGB32)
-                        .copy();
-            std::free(reply);
-        }
-        xcb_disconnect(xcb);
-        return image;
-    }
-
-    std::unique_ptr<Tarvex> tarvex;
-
-private:
-    test::XvfbServer m_server;
-    test::TempFolder m_game_folder;
-    test::TempFolder m_config;
-    QProcess m_game;
-};
+    return false;
+}
 
 } // namespace
 
@@ -125,19 +33,28 @@ private slots:
     // games, drives them to the start line and exchanges the car states over the session;
     // Bob's game draws Anna's ghost, and the screen shows it.
     void ghostOnAnotherMachinesScreen() {
-        const QString built =
-            qEnvironmentVariable("TARVEX_BINARY_DIR") + QStringLiteral("/sim/DuneholtRally");
-        if (!QFile::exists(built)) {
+        const QString built = test::BuiltGame();
+        if (built.isEmpty()) {
             QSKIP("the stand-in game is not built");
         }
         const QStringList drive = {QStringLiteral("--autopilot"), QStringLiteral("--fps"),
                                    QStringLiteral("30"), QStringLiteral("--pace")};
-        Machine anna(built, drive + QStringList{QStringLiteral("1.1"), QStringLiteral("--seed"),
-                                                QStringLiteral("5")});
-        Machine bob(built, drive + QStringList{QStringLiteral("0.9"), QStringLiteral("--seed"),
-                                               QStringLiteral("6")});
+        test::Machine anna(built,
+                           drive + QStringList{QStringLiteral("1.1"), QStringLiteral("--seed"),
+                                               QStringLiteral("5")});
+        test::Machine bob(built,
+                          drive + QStringList{QStringLiteral("0.9"), QStringLiteral("--seed"),
+                                              QStringLiteral("6")});
         if (!anna.Started() || !bob.Started()) {
             QSKIP("could not start the X servers and games");
+        }
+        for (test::Machine* machine : {&anna, &bob}) {
+            Settings& s = machine->tarvex->settings;
+            s.GhostModel = 5;
+            s.ShowNameTag = 1;
+            s.NameHeight = 1;
+            s.NameOpacity = 8;
+            s.DataInterval = 150;
         }
         Tarvex& host = *anna.tarvex;
         Tarvex& client = *bob.tarvex;
@@ -171,7 +88,7 @@ private slots:
             t->ghost_files().WriteGhostModel();
             t->bridge().mnuTimer().start();
         }
-        for (Machine* m : {&anna, &bob}) {
+        for (test::Machine* m : {&anna, &bob}) {
             QTRY_VERIFY_WITH_TIMEOUT(
                 m->Status().value(QStringLiteral("countdown")).toDouble() == 6.99, 60000);
         }
@@ -207,7 +124,7 @@ private slots:
         // car may stand in front of it for a moment, so the screen is looked at until it shows.
         QImage screen;
         auto red_on_screen = [&] {
-            screen = bob.Screen();
+            screen = test::Screenshot(bob.Display());
             int red = 0;
             for (int y = 0; y < screen.height(); ++y) {
                 const QRgb* line = reinterpret_cast<const QRgb*>(screen.constScanLine(y));
@@ -219,7 +136,7 @@ private slots:
         };
         const bool seen = QTest::qWaitFor(
             [&] {
-                return ahead() > 10 && bob.DrawsGhostOf(0) &&
+                return ahead() > 10 && DrawsGhostOf(bob, 0) &&
                        bob.Status().value(QStringLiteral("name_tag")) == QStringLiteral("Anna") &&
                        red_on_screen();
             },
@@ -227,8 +144,8 @@ private slots:
         const QString out = qEnvironmentVariable("TARVEX_BINARY_DIR", QDir::tempPath());
         QVERIFY(screen.save(out + QStringLiteral("/ghost-real-pair.png"), "PNG"));
         QVERIFY2(seen, qPrintable(QStringLiteral("%1 m ahead").arg(ahead())));
-        QVERIFY(!bob.DrawsGhostOf(1));
-        QVERIFY(!anna.DrawsGhostOf(0));
+        QVERIFY(!DrawsGhostOf(bob, 1));
+        QVERIFY(!DrawsGhostOf(anna, 0));
     }
 };
 
