@@ -3,6 +3,7 @@
 #include "app/Tarvex.h"
 #include "chat/ChatInput.h"
 #include "chat/Handover.h"
+#include "net/TextRules.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>
@@ -115,6 +116,7 @@ QLineEdit* AddChatBox(QWidget& window, QTextEdit* MainTXT, Tarvex& tarvex) {
     ChatInput& input = tarvex.chat_input;
     auto* dataTXT = new QLineEdit(&window);
     dataTXT->setObjectName(QStringLiteral("dataTXT"));
+    dataTXT->setMaxLength(MaxChatChars);
     dataTXT->setText(input.Text());
     QObject::connect(dataTXT, &QLineEdit::textEdited, &input, &ChatInput::SetText);
     QObject::connect(&input, &ChatInput::TextChanged, dataTXT, [dataTXT](const QString& text) {

@@ -2,6 +2,7 @@
 
 #include "chat/ChatConsole.h"
 #include "net/Roster.h"
+#include "net/TextRules.h"
 
 namespace tarvex {
 
@@ -21,7 +22,9 @@ ChatInput::ChatInput(ChatConsole& console, const Roster& roster,
     , m_quick_messages(quick_messages) {}
 
 void ChatInput::SetText(const QString& text) {
-    m_text = text;
+    // No more than a chat line can say: the rest would be cut off when sent, and the line being
+    // typed is also written into the game's text buffer, which has no room for a long one.
+    m_text = Capped(text, MaxChatChars);
     // A recalled line is not what the player typed: the line being typed stays as it was, to be
     // found again below the newest sent line.
     if (!Recalling) {
@@ -72,8 +75,10 @@ bool ChatInput::Down() {
 
 void ChatInput::Recall() {
     Recalling = true;
-    Replace(ChatHistory[std::size_t(HistorySize - 1 - HistoryPos)]);
+    SetText(ChatHistory[std::size_t(HistorySize - 1 - HistoryPos)]);
     Recalling = false;
+    // Also when the recalled line is the one in the box: the caret goes to its end all the same.
+    emit TextChanged(m_text);
 }
 
 void ChatInput::SendD() {

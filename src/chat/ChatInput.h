@@ -62,7 +62,7 @@ public:
     bool Recalling = false;
 
 signals:
-    // The line changed other than by the player's editing (recall, send, in-game typing).
+    // The line was set other than by the player's editing (recall, send, in-game typing).
     void TextChanged(const QString& text);
 
 private:

@@ -171,6 +171,11 @@ private slots:
         box.input.Append(QStringLiteral("a\U0001F600")); // a character of two UTF-16 units
         box.input.Backspace();
         QCOMPARE(box.input.Text(), QStringLiteral("a"));
+
+        // A pasted 64 KB line, typed on in the game, keeps what one chat line can say.
+        box.input.SetText(QString(65536, u'x'));
+        box.input.Append(QStringLiteral("y"));
+        QCOMPARE(box.input.Text(), QString(255, u'x'));
     }
 };
 
