@@ -48,7 +48,11 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
     });
 }
 
-Tarvex::~Tarvex() = default;
+Tarvex::~Tarvex() {
+    if (m_hook != 0) {
+        m_platform.desktop->DestroyHookButton(m_hook);
+    }
+}
 
 RaceParts Tarvex::RaceContext(RaceChoices& choices) {
     return {roster,   flags,  results,   choices,           race,
@@ -62,6 +66,9 @@ RaceSeat& Tarvex::seat() {
 
 void Tarvex::BeginRaceLoop() {
     m_reader->SetSeat(&seat());
+    if (m_hook == 0) {
+        m_hook = m_platform.desktop->CreateHookButton([this] { m_reader->cmdHook_Click(); });
+    }
     ApplyDataInterval();
     if (!m_reader->sndTimer().isActive()) {
         m_reader->Start();

@@ -91,6 +91,9 @@ public:
     // Starts watching the game for the role played: the host once its own player is seated, a
     // client at the host's welcome.
     void BeginRaceLoop();
+    // The button the patched game clicks on each of its frames; 0 until the race loop begins or
+    // when the desktop cannot take clicks.
+    WindowHandle cmdHook() const { return m_hook; }
 
     // The car choice of the local player in the role it plays now.
     CarSelection& LocalCar() { return IsHost ? stored.host_car : stored.client_car; }
@@ -111,6 +114,7 @@ private:
     GameStateReader* m_reader;
     HostRace* m_host_control;
     ClientRace* m_client_flow;
+    WindowHandle m_hook = 0;
 };
 
 } // namespace tarvex
