@@ -5,24 +5,13 @@
 Run from this folder to regenerate them.
 """
 import math
-import struct
-import zlib
+import os
+import sys
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
+from pngfile import write_png  # noqa: E402
 
 W, H = 64, 48
-
-
-def png(path, pixels):
-    raw = b"".join(b"\x00" + bytes(c for px in row for c in px) for row in pixels)
-
-    def chunk(kind, data):
-        body = kind + data
-        return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body))
-
-    with open(path, "wb") as f:
-        f.write(b"\x89PNG\r\n\x1a\n")
-        f.write(chunk(b"IHDR", struct.pack(">IIBBBBB", W, H, 8, 2, 0, 0, 0)))
-        f.write(chunk(b"IDAT", zlib.compress(raw, 9)))
-        f.write(chunk(b"IEND", b""))
 
 
 def mix(a, b, t):
@@ -111,4 +100,4 @@ def unknown():
 
 
 for index, draw in enumerate([sunny, cloudy, rain, snow, unknown]):
-    png(f"weather{index}.png", draw())
+    write_png(f"weather{index}.png", draw())

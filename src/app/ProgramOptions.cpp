@@ -35,12 +35,21 @@ void ProgramOptions::Parse(QStringList arguments) {
     // The quick-start argument goes before the parser sees it: it would read "-2:host:2005:Dave:"
     // as a bundle of one-letter options, with an "h" asking for help and a "v" for the version.
     m_start_command = TakeStartCommand(arguments);
+    m_program = arguments.value(0);
     // Options of the windowing system may remain; they are not ours to refuse.
     m_parser.parse(arguments);
 }
 
 bool ProgramOptions::WantsHelp() const {
-    return m_parser.isSet(QStringLiteral("help"));
+    return m_parser.isSet(QStringLiteral("help")) || m_parser.isSet(QStringLiteral("help-all"));
+}
+
+void ProgramOptions::ShowHelp() {
+    if (m_parser.isSet(QStringLiteral("help-all"))) {
+        // Only the parser's own handling lists Qt's options with ours; it prints and exits.
+        m_parser.process(QStringList{m_program, QStringLiteral("--help-all")});
+    }
+    m_parser.showHelp(0);
 }
 
 bool ProgramOptions::WantsVersion() const {

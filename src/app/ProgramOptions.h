@@ -24,7 +24,7 @@ public:
     // The quick-start argument, empty when there is none.
     const QString& StartCommand() const { return m_start_command; }
 
-    [[noreturn]] void ShowHelp() { m_parser.showHelp(0); }
+    [[noreturn]] void ShowHelp();
     [[noreturn]] void ShowVersion() { m_parser.showVersion(); }
 
 private:
@@ -34,6 +34,7 @@ private:
     QCommandLineOption m_screenshot;
     QCommandLineOption m_probe;
     QString m_start_command;
+    QString m_program;
 };
 
 } // namespace tarvex

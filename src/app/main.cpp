@@ -9,6 +9,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QIcon>
 #include <QPixmap>
 #include <QTextStream>
 #include <QTimer>
@@ -54,6 +55,14 @@ void SaveScreenshotLater(const QString& file) {
     });
 }
 
+// The folder of the executable, when it may hold the settings: not for an installed copy (its
+// data folder beside bin/), which keeps them in the user's configuration folder even where it
+// could write beside itself (run as root, or installed under the user's home).
+QString PortableFolder() {
+    const QString folder = QCoreApplication::applicationDirPath();
+    return QDir(folder).exists(QStringLiteral(TARVEX_BIN_TO_DATA)) ? QString() : folder;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -63,6 +72,9 @@ int main(int argc, char** argv) {
         app = std::make_unique<QCoreApplication>(argc, argv);
     } else {
         app = std::make_unique<QApplication>(argc, argv);
+        // The installed menu entry and icon; desktops match windows to the entry by this name.
+        QGuiApplication::setDesktopFileName(QStringLiteral("tarvex"));
+        QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("tarvex")));
     }
     QCoreApplication::setApplicationName(QStringLiteral("Tarvex"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TARVEX_VERSION));
@@ -76,8 +88,7 @@ int main(int argc, char** argv) {
         options.ShowVersion();
     }
 
-    const QString folder =
-        ProgramFolder(options.ConfigFolder(), QCoreApplication::applicationDirPath());
+    const QString folder = ProgramFolder(options.ConfigFolder(), PortableFolder());
     Platform platform = Platform::Native();
     if (!console_only) {
         platform.dialogs = std::make_shared<QtDialogs>();
