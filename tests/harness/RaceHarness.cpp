@@ -29,8 +29,10 @@ public:
             m_part.reset();
             return nullptr;
         }
-        if (!m_part || &m_part->game != machine.game()) {
+        // A game started again is another game, wherever it happens to live.
+        if (!m_part || m_launch != machine.Launches()) {
             m_part = std::make_unique<simtest::TarvexPart>(*machine.memory(), *machine.game());
+            m_launch = machine.Launches();
         }
         Tarvex& tarvex = *m_player.tarvex;
         simtest::Setup& setup = m_part->setup;
@@ -63,6 +65,7 @@ private:
     Player& m_player;
     QTimer m_timer;
     std::unique_ptr<simtest::TarvexPart> m_part;
+    int m_launch = 0;
 };
 
 } // namespace
