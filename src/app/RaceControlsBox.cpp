@@ -34,11 +34,11 @@ RaceControlsBox::RaceControlsBox(Tarvex& tarvex, PlayerRows& rows, bool host_win
     connect(times, &QPushButton::clicked, this, &RaceControlsBox::cmdTimes_Click);
     cmdTimes = times;
 
-    auto* layout = new QHBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(panel);
-    layout->addStretch();
-    layout->addWidget(times, 0, Qt::AlignBottom);
+    m_layout = new QHBoxLayout(this);
+    m_layout->setContentsMargins(0, 0, 0, 0);
+    m_layout->addWidget(panel);
+    m_layout->addStretch();
+    m_layout->addWidget(times, 0, Qt::AlignBottom);
 }
 
 void RaceControlsBox::Load() {
@@ -49,6 +49,10 @@ void RaceControlsBox::Load() {
     m_choices.SetIsHost(m_host_window && m_tarvex.IsHost);
     m_choices.FillCombos();
     m_choices.LoadOld();
+}
+
+void RaceControlsBox::AddStartControls(QWidget* controls) {
+    m_layout->insertWidget(m_layout->count() - 1, controls, 0, Qt::AlignBottom);
 }
 
 void RaceControlsBox::cmdTimes_Click() {

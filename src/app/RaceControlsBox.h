@@ -2,6 +2,8 @@
 
 #include <QWidget>
 
+class QHBoxLayout;
+
 namespace tarvex {
 
 class PlayerRows;
@@ -22,6 +24,8 @@ public:
 
     // Fills the lists and shows the stored race: the window's load.
     void Load();
+    // Places the window's Ready box and start button beside "Display Times".
+    void AddStartControls(QWidget* controls);
 
     QWidget* cmdTimes = nullptr;
 
@@ -32,6 +36,7 @@ private:
     RaceChoices& m_choices;
     bool m_host_window;
     QWidget* m_window;
+    QHBoxLayout* m_layout;
 };
 
 } // namespace tarvex
