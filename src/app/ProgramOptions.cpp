@@ -17,7 +17,19 @@ ProgramOptions::ProgramOptions()
                    QStringLiteral("file"))
     , m_probe(QStringLiteral("probe-game"),
               QStringLiteral("Look for the running game, print what Tarvex sees of it, and "
-                             "exit.")) {
+                             "exit."))
+    , m_ready(QStringLiteral("ready"), QStringLiteral("Tick Ready as soon as the session is open."))
+    , m_start_when_ready(QStringLiteral("start-when-ready"),
+                         QStringLiteral("Host: press Start once <count> players, the host "
+                                        "included, are Ready."),
+                         QStringLiteral("count"))
+    , m_results(QStringLiteral("results"),
+                QStringLiteral("Keep <file> written with the results table (fixed width) "
+                               "whenever it changes."),
+                QStringLiteral("file"))
+    , m_quit(QStringLiteral("quit-when-finished"),
+             QStringLiteral("End the program once every driver of a launched race has "
+                            "finished or left.")) {
     m_parser.setApplicationDescription(
         QStringLiteral("Multiplayer sessions for Duneholt Rally.\n\n"
                        "-M:A:B:C:P fills the start-up window: M is 1 to host at once, 2 to join "
@@ -29,6 +41,16 @@ ProgramOptions::ProgramOptions()
     m_parser.addOption(m_print);
     m_parser.addOption(m_screenshot);
     m_parser.addOption(m_probe);
+    m_parser.addOption(m_ready);
+    m_parser.addOption(m_start_when_ready);
+    m_parser.addOption(m_results);
+    m_parser.addOption(m_quit);
+}
+
+int ProgramOptions::StartWhenReady() const {
+    bool ok = false;
+    const int count = m_parser.value(m_start_when_ready).toInt(&ok);
+    return ok && count > 0 ? count : 0;
 }
 
 void ProgramOptions::Parse(QStringList arguments) {

@@ -90,10 +90,18 @@ void StartUp::HandOverToClient() {
     m_client->show();
 }
 
-int RunStartUp(Tarvex& tarvex, const QString& command_line) {
+int RunStartUp(Tarvex& tarvex, const QString& command_line, const UnattendedOptions& unattended) {
     // The run ends by the rules of the windows, not when the last one happens to close.
     QApplication::setQuitOnLastWindowClosed(false);
     StartUp start_up(tarvex);
+    Unattended helper(tarvex, unattended, [&start_up] {
+        // As the user closing the race window: settings saved, session closed, program ended.
+        if (ServerFRM* server = start_up.ServerForm()) {
+            server->close();
+        } else if (ClientFRM* client = start_up.ClientForm()) {
+            client->close();
+        }
+    });
     QObject::connect(&start_up, &StartUp::programEnds, qApp, [] { QCoreApplication::exit(0); });
     if (!start_up.Start(command_line)) {
         return 1;

@@ -108,5 +108,10 @@ int main(int argc, char** argv) {
     if (!options.Screenshot().isEmpty()) {
         SaveScreenshotLater(options.Screenshot());
     }
-    return RunStartUp(tarvex, options.StartCommand());
+    UnattendedOptions unattended;
+    unattended.ready = options.WantsReady();
+    unattended.start_when_ready = options.StartWhenReady();
+    unattended.results_file = options.ResultsFile();
+    unattended.quit_when_finished = options.WantsQuitWhenFinished();
+    return RunStartUp(tarvex, options.StartCommand(), unattended);
 }

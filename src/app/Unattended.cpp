@@ -1,0 +1,122 @@
+#include "app/Unattended.h"
+
+#include "app/Tarvex.h"
+#include "results/ResultsExport.h"
+
+#include <QLoggingCategory>
+#include <QSaveFile>
+#include <QTimer>
+
+namespace tarvex {
+
+namespace {
+
+Q_LOGGING_CATEGORY(UnattendedLog, "tarvex.unattended")
+
+// Before ending, the last messages of the session get the time to leave.
+constexpr int kEndDelayMs = 1000;
+
+} // namespace
+
+Unattended::Unattended(Tarvex& tarvex, UnattendedOptions options, std::function<void()> end_program,
+                       QObject* parent)
+    : QObject(parent)
+    , m_tarvex(tarvex)
+    , m_options(std::move(options))
+    , m_end_program(std::move(end_program)) {
+    // Queued throughout: these act on the session from outside, never in the middle of
+    // handling one of its messages (the welcome reports Idle after its handlers have run).
+    connect(&tarvex.client_side(), &ClientSide::Welcome, this, &Unattended::Seated,
+            Qt::QueuedConnection);
+    connect(
+        &tarvex.server_side(), &ServerSide::SlotChanged, this,
+        [this](int slot) {
+            if (slot == 0 && m_tarvex.IsHost && m_tarvex.roster[0].Occupied()) {
+                Seated();
+            }
+            CheckOver();
+        },
+        Qt::QueuedConnection);
+    connect(&tarvex.server_side(), &ServerSide::StatusChanged, this, &Unattended::CheckStart,
+            Qt::QueuedConnection);
+    connect(&tarvex.client_side(), &ClientSide::SlotChanged, this, &Unattended::CheckOver,
+            Qt::QueuedConnection);
+    connect(&tarvex.results, &Results::Changed, this, [this] {
+        WriteResults();
+        CheckOver();
+    });
+}
+
+void Unattended::Seated() {
+    if (m_seated) {
+        return;
+    }
+    m_seated = true;
+    if (m_options.ready) {
+        m_tarvex.chkReady().SetTicked(true);
+    }
+}
+
+void Unattended::CheckStart() {
+    if (m_options.start_when_ready <= 0 || !m_tarvex.IsHost ||
+        m_tarvex.host_control().state() != HostRace::State::Idle) {
+        return;
+    }
+    int ready = 0;
+    for (int slot = 0; slot < RowCount; ++slot) {
+        const PlayerRecord& player = m_tarvex.roster[slot];
+        if (player.Occupied() && player.Status == std::uint8_t(PlayerStatus::Ready)) {
+            ++ready;
+        }
+    }
+    if (ready >= m_options.start_when_ready) {
+        m_tarvex.host_control().cmdStart_Click();
+    }
+}
+
+void Unattended::WriteResults() {
+    if (m_options.results_file.isEmpty()) {
+        return;
+    }
+    // Whoever reads the file sees the old table or the new one, never half of one.
+    QSaveFile file(m_options.results_file);
+    if (!file.open(QIODevice::WriteOnly) ||
+        file.write(TextExport(m_tarvex.results, FixedWidth)) < 0 || !file.commit()) {
+        qCWarning(UnattendedLog).noquote()
+            << "cannot write the results to" << m_options.results_file << ":" << file.errorString();
+    }
+}
+
+bool Unattended::RaceOver() const {
+    const Results& results = m_tarvex.results;
+    if (results.UpperBound() < 1) {
+        return false;
+    }
+    const RaceResult& race = results.Race(results.UpperBound());
+    for (int slot = 0; slot < kResultSlots; ++slot) {
+        if (race.DriverName[slot].isEmpty() || race.Finish[slot] != NoTime) {
+            continue;
+        }
+        const PlayerRecord& player = m_tarvex.roster[slot];
+        const bool still_here = player.Occupied() && player.Name == race.DriverName[slot];
+        if (still_here) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void Unattended::CheckOver() {
+    if (!m_options.quit_when_finished || m_ending || !RaceOver()) {
+        return;
+    }
+    m_ending = true;
+    QTimer::singleShot(kEndDelayMs, this, [this] {
+        WriteResults();
+        if (m_end_program) {
+            m_end_program();
+        }
+    });
+}
+
+} // namespace tarvex

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <functional>
+
+namespace tarvex {
+
+class Tarvex;
+
+// What the program does by itself when nobody sits at it: race organisers' scripts, demos and
+// tests. Each is off unless asked for on the command line.
+struct UnattendedOptions {
+    // Tick Ready as soon as the session is open.
+    bool ready = false;
+    // Host: press Start once this many players, the host included, are Ready; 0 for never.
+    int start_when_ready = 0;
+    // Keep this file written with the fixed-width results of every race; empty for none.
+    QString results_file;
+    // End the program once every driver of a launched race has finished or left.
+    bool quit_when_finished = false;
+};
+
+class Unattended : public QObject {
+    Q_OBJECT
+
+public:
+    // `end_program` closes the race window, as its user would.
+    Unattended(Tarvex& tarvex, UnattendedOptions options, std::function<void()> end_program,
+               QObject* parent = nullptr);
+
+    // The newest race has been launched in this run and every one of its drivers has finished
+    // or left the session.
+    bool RaceOver() const;
+
+private:
+    void Seated();
+    void CheckStart();
+    void WriteResults();
+    void CheckOver();
+
+    Tarvex& m_tarvex;
+    UnattendedOptions m_options;
+    std::function<void()> m_end_program;
+    bool m_seated = false;
+    bool m_ending = false;
+};
+
+} // namespace tarvex
