@@ -32,33 +32,59 @@ double TyreFactor(int tyre, Surface surface, int humidity) {
 
 } // namespace
 
+SetupBlock Game::ReadSetupBlock() const {
+    const AddressSpace& mem = m_memory;
+    SetupBlock block;
+    block.stage = mem.I32(m_map.stage_id);
+    block.preset = mem.Text8(mem.U32(m_map.weather_operand), 64);
+    block.condition = mem.I32(m_map.condition);
+    block.humidity = mem.I32(m_map.humidity);
+    block.wear = mem.I32(m_map.tyre_wear);
+    block.car = mem.I32(m_map.car);
+    block.damage = mem.I32(m_map.damage);
+    block.transmission = mem.I32(m_map.transmission);
+    block.constant = mem.I32(m_map.setup_const);
+    block.tyre = mem.U8(m_map.tyre);
+    return block;
+}
+
+void Game::StartStage() {
+    SetupBlock setup;
+    if (m_map.stage_id != 0) {
+        setup = ReadSetupBlock();
+    } else {
+        // Builds without a set-up block drive the game's own quick-rally choice.
+        setup = {StockStage, StockPreset, 0, 0, 1, -1, 1, -1, 0, 0};
+    }
+    // The game has no fallback: a stage or weather it does not know loads nothing.
+    if (!IsKnownStage(setup.stage)) {
+        m_refusal = "unknown stage id " + std::to_string(setup.stage);
+        return;
+    }
+    const bool preset_known =
+        setup.preset.empty() ? !StageHasPresets(setup.stage) : IsKnownPreset(setup.preset);
+    if (!preset_known) {
+        m_refusal = "unknown weather preset \"" + setup.preset + "\"";
+        return;
+    }
+    m_refusal.clear();
+    m_start_setup = setup;
+    m_stage = FindStage(setup.stage);
+    // Unpatched, the game fits the tyre it thinks best for the surface.
+    const PatchRow* tyre_row = FindRow(m_options.build, 47);
+    if (tyre_row && PatchApplied(m_memory, *tyre_row, ModuleBase)) {
+        m_tyre = setup.tyre;
+    } else {
+        m_tyre = m_stage.surface == Surface::Tarmac ? 0 : m_stage.surface == Surface::Snow ? 6 : 3;
+    }
+    m_loading = LoadSeconds;
+}
+
 void Game::LoadStage() {
     AddressSpace& mem = m_memory;
     const std::uint32_t rb = m_race_block;
     m_loading = -1;
     if (!m_stage_loaded) {
-        // A new stage from the service area reads the set-up block; a reload keeps it.
-        const bool full = m_map.stage_id != 0;
-        int stage_id = full ? mem.I32(m_map.stage_id) : 10;
-        m_stage = FindStage(stage_id);
-        if (IsKnownStage(stage_id)) {
-            m_stage.id = stage_id;
-        }
-        m_setup_car = full ? mem.I32(m_map.car) : -1;
-        m_weather = full ? mem.Text8(mem.U32(m_map.weather_operand), 64) : "";
-        m_condition = full ? mem.I32(m_map.condition) : 0;
-        m_humidity = full ? mem.I32(m_map.humidity) : 0;
-        m_wear = full ? mem.I32(m_map.tyre_wear) : 1;
-        m_damage = full ? mem.I32(m_map.damage) : 1;
-        m_transmission = full ? mem.I32(m_map.transmission) + 1 : 1;
-        const PatchRow* tyre_row = FindRow(m_options.build, 47);
-        if (tyre_row && PatchApplied(mem, *tyre_row, ModuleBase)) {
-            m_tyre = mem.U8(m_map.tyre);
-        } else {
-            m_tyre = m_stage.surface == Surface::Tarmac ? 0
-                     : m_stage.surface == Surface::Snow ? 6
-                                                        : 3;
-        }
         mem.SetU32(m_stage_data + 0x75310, std::uint32_t(m_stage.length));
         m_road.Build(m_stage.id, m_stage.length);
     }
@@ -126,6 +152,7 @@ void Game::Tick(double dt) {
     } else if (m_stage_loaded) {
         StageTick(dt);
     }
+    LoadGhostCarWhenPointed();
     ReadTexts(dt);
     SendHookClick();
 }
@@ -166,9 +193,11 @@ void Game::StageTick(double dt) {
         }
         if (!paused) {
             const RoadPoint ahead = m_road.At(distance + float(m_speed) * 1.5f + 10.0f);
+            const SetupBlock& setup = m_start_setup;
             const double top = 40.0 * CarFactor(m_chosen_car) *
-                               TyreFactor(m_tyre, m_stage.surface, m_humidity) *
-                               (m_condition == 2 ? 0.93 : 1.0) * (1.0 - 0.02 * m_wear) *
+                               TyreFactor(m_tyre, m_stage.surface, setup.humidity) *
+                               (setup.condition == 2 ? 0.93 : 1.0) *
+                               (1.0 - 0.02 * std::clamp(setup.wear, 0, 5)) *
                                (m_options.autopilot ? m_speed_factor : 1.0);
             const double curve = std::sqrt(10.0 / std::max(1e-4f, std::fabs(ahead.curvature)));
             const double target = finished ? 0.0 : std::min(top, curve);
@@ -295,7 +324,7 @@ void Game::Autopilot(double dt) {
     KeyUp(vk::Escape);
 }
 
-bool Game::GhostsLoaded() const {
+bool Game::GhostsPointed() const {
     const int build = m_options.build;
     if (build != 3 && build != 4) {
         return false;
@@ -311,11 +340,19 @@ bool Game::GhostsLoaded() const {
             return false;
         }
     }
-    if (Lower(m_memory.Text8(m_map.ghost_path, 23)) != Lower(GhostPathText)) {
-        return false;
+    return !m_memory.Text8(m_map.ghost_path, 260).empty();
+}
+
+// The game loads the ghost car once, when its code is first pointed at it (and again only
+// when pointed at another path), as it loads any car: files that arrive later are not seen.
+void Game::LoadGhostCarWhenPointed() {
+    const bool pointed = GhostsPointed();
+    const std::string path = pointed ? m_memory.Text8(m_map.ghost_path, 260) : std::string();
+    if (pointed && (!m_ghost_pointed || path != m_ghost_path)) {
+        m_ghost_car = LoadGhostCar(m_options.game_folder, path);
+        m_ghost_path = path;
     }
-    return m_options.game_folder.empty() ||
-           FileExistsNoCase(m_options.game_folder, {"CARS", "GHOST", "GHOSTCAR.INI"});
+    m_ghost_pointed = pointed;
 }
 
 void Game::ReadTexts(double dt) {

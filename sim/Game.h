@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AddressSpace.h"
+#include "GhostAsset.h"
 #include "Layout.h"
 #include "Stage.h"
 
@@ -38,14 +39,36 @@ struct Options {
     std::uint32_t seed = 1;   // autopilot variation; same seed, same run
     bool false_start = false; // autopilot jumps the start once
     AfterFinish after_finish = AfterFinish::Nothing;
-    std::string game_folder; // where CARS\GHOST\ is looked for; empty: not checked
+    std::string game_folder; // where the ghost car's path is looked up; empty: the working folder
+};
+
+// The race set-up block (builds 3 and 4) as it stands in memory, raw: nothing is mapped or
+// corrected, so a value Tarvex wrote wrongly or not at all shows as it is.
+struct SetupBlock {
+    int stage = 0;
+    std::string preset; // the text the preset operand points at
+    int condition = 0, humidity = 0, wear = 0, car = 0, damage = 0;
+    int transmission = 0; // -1 automatic, 0 manual
+    int constant = 0;
+    int tyre = 0; // the byte inside the tyre instruction
+};
+
+// A menu's fields that Tarvex's menu jumps write.
+struct MenuView {
+    int number = 0;
+    std::uint32_t context = 0;
+    int return_menu = -1; // the menu whose address is at +0x08; -1 none, 89 not a menu
+    int entry = 0;        // highlighted entry, +0x14
+    std::uint32_t selection = 0, selection2 = 0; // +0x18, +0x1C
+    std::uint32_t profile_slot = 0;              // +0x124, menu 82 only
 };
 
 struct GhostView {
     int index = 0;
     float x = 0, y = 0, z = 0; // z-up world
-    float heading = 0;
+    float heading = 0;         // radians, direction of travel in the x-y plane
     float red = 0, green = 0, blue = 0;
+    Vec3 side, up, forward; // the rows of its rotation, in the z-up world
 };
 
 struct MenuEntryView {
@@ -63,13 +86,19 @@ struct Status {
     int menu_state = 0;
     std::uint32_t menu_flag = 0; // the front-end manager's +0x70, as last written
     int profile = 0;             // profile chosen in this run, 0 = none
+    std::string refusal;         // why the last "Start stage" loaded nothing, empty when it did
+    // The set-up block now (builds 3 and 4); has_setup is false for builds without one.
+    bool has_setup = false;
+    SetupBlock setup;
+    // The stage being driven and the set-up it was started with (raw, as read at the start).
     int stage_id = 0;
     std::string stage_name;
     int stage_length = 0;
     int car = 0; // the car driven, in the game's car-menu order
     std::string car_name;
-    int setup_car = -1;   // the set-up block's car value, as read at the stage load
-    int transmission = 0; // 1 auto, 2 manual
+    int setup_car = -1;
+    int transmission = 0; // raw: -1 drives automatic, anything else manual
+    bool automatic = false;
     int tyre = 0;
     std::string weather;
     int condition = 0, humidity = 0, wear = 0, damage = 0;
@@ -80,17 +109,31 @@ struct Status {
     int false_starts = 0;
     bool paused = false;
     float penalty_seconds = 0; // respawn penalties added this stage
-    std::vector<int> patches;  // patch rows whose bytes the game sees in place
+    std::vector<int> patches;  // patch rows whose bytes or values the game sees in place
+    // Menus Tarvex jumps to, the managers' four GotoMenu values and the transition times.
+    std::vector<MenuView> menus, race_menus;
+    std::array<float, 4> menu_values{}, race_menu_values{};
+    float menu_value_a = 0, menu_value_b = 0;
+    std::array<std::uint32_t, 3> flags{}; // Vote Restart, Save Data, Exit To Tarvex, raw
+    std::vector<float> race_menu_layout;  // rows 41..45 and the byte of row 46 (builds 3, 4)
+    GhostCar::Files ghost_files;          // empty until the game tried to load the ghost car
+    std::uint32_t ghost_vertices = 0, ghost_triangles = 0;
     bool ghosts_loaded = false;
     int ghost_model = 0;
-    std::vector<GhostView> ghosts;
-    std::vector<MenuEntryView> race_entries; // entries of the pause menu
-    std::vector<MenuEntryView> save_slots;   // entries of the save-data menu
-    int race_highlight = 0;                  // highlighted entry of the in-race menu shown
+    std::vector<GhostView> ghosts;                   // the ghosts drawn
+    std::vector<std::array<float, 3>> ghost_colours; // objects 0..11 (builds 3, 4)
+    std::vector<MenuEntryView> race_entries;         // entries of the pause menu
+    std::vector<MenuEntryView> save_slots;           // entries of the save-data menu
+    int race_highlight = 0;                          // highlighted entry of the in-race menu shown
+    std::array<std::uint32_t, 2> info_pointers{};    // race block +0x054, +0x060
+    float info_time = 0;
     std::string info_text;
     std::string overlay_text; // shown while the message box is up
     std::array<float, 6> box{};
+    std::vector<float> box_copy; // the second copies of n1 and n2, in builds that have them
     std::string name_tag;
+    // a4, -1.0, -1.0, a1+1.0, a2+5.0 and the bytes a5 and 18, as they stand.
+    std::array<float, 7> tag_placement{};
     float tag_x = 0, tag_y = 0, tag_opacity = 0;
     bool attached = false; // Tarvex refreshes the keep-alive value
     std::uint32_t hook_handle = 0;
@@ -145,6 +188,8 @@ public:
     std::uint32_t CarBodyAddress() const { return m_car_body; }
     std::uint32_t CameraRows() const { return m_camera_rows; }
     std::uint32_t GhostObject(int k) const;
+    // The ghost car as last loaded (empty until the game was pointed at one).
+    const GhostCar& GhostCarModel() const { return m_ghost_car; }
 
 private:
     void Install();
@@ -154,13 +199,15 @@ private:
     void ShowMenu(int number);
     int CurrentMenu() const;
     int CurrentRaceMenu() const;
-    void StartLoading();
+    SetupBlock ReadSetupBlock() const;
+    void StartStage(); // "Start stage" in the service area
     void LoadStage();
     void StageTick(double dt);
     void WritePose();
     void Autopilot(double dt);
     std::vector<std::pair<int, MenuEntryView>> RaceEntries() const; // (kind, view)
-    bool GhostsLoaded() const;
+    bool GhostsPointed() const;
+    void LoadGhostCarWhenPointed();
     void ReadTexts(double dt);
     void SendHookClick();
 
@@ -195,9 +242,9 @@ private:
     bool m_throttle = false, m_brake = false;
     int m_steer = 0;
     float m_lateral = 0;
-    int m_setup_car = -1, m_transmission = 1, m_tyre = 3, m_condition = 0, m_humidity = 0,
-        m_wear = 0, m_damage = 0;
-    std::string m_weather;
+    SetupBlock m_start_setup; // the set-up the current stage was started with
+    std::string m_refusal;
+    int m_tyre = 3;
     float m_penalty = 0;
     double m_since_finish = 0;
 
@@ -207,6 +254,11 @@ private:
     int m_hook_clicks = 0;
     int m_reloads = 0;
     std::string m_save_message;
+
+    // The ghost car, loaded when the game is first pointed at it.
+    bool m_ghost_pointed = false;
+    std::string m_ghost_path;
+    GhostCar m_ghost_car;
 
     // Autopilot.
     std::uint32_t m_rng = 1;

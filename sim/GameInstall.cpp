@@ -2,10 +2,6 @@
 #include "GameInternal.h"
 #include "Patches.h"
 
-#include <algorithm>
-#include <cctype>
-#include <filesystem>
-
 namespace sim {
 
 using namespace internal;
@@ -27,32 +23,6 @@ std::uint32_t StockCarPath(int build) {
 }
 std::uint32_t StockWeatherText(int build) {
     return build == 3 ? 0x893840 : 0x885980;
-}
-
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return char(std::tolower(c)); });
-    return text;
-}
-
-bool FileExistsNoCase(const std::string& folder, const std::vector<std::string>& parts) {
-    namespace fs = std::filesystem;
-    std::error_code error;
-    fs::path current(folder);
-    for (const std::string& part : parts) {
-        bool found = false;
-        for (const auto& entry : fs::directory_iterator(current, error)) {
-            if (Lower(entry.path().filename().string()) == Lower(part)) {
-                current = entry.path();
-                found = true;
-                break;
-            }
-        }
-        if (!found) {
-            return false;
-        }
-    }
-    return fs::is_regular_file(current, error);
 }
 
 } // namespace internal
@@ -121,6 +91,9 @@ void Game::Install() {
         const std::uint32_t manager = system == 0 ? m_menu_base : m_race_menu_base;
         const std::uint32_t table = manager + (system == 0 ? MgrTable : RaceMgrTable);
         mem.SetU32(manager + MgrContext, system == 0 ? 0x00001F40 : 0x00001F41);
+        for (std::uint32_t i = 0; i < 4; ++i) {
+            mem.SetF32(manager + MgrValues + 4 * i, StockMenuValues[i]);
+        }
         for (int number = 0; number < MenuCount; ++number) {
             const std::uint32_t menu = alloc(MenuSize);
             const std::uint32_t list = alloc(4 * EntriesPerMenu);
@@ -190,7 +163,8 @@ void Game::Install() {
     if (map.engine != 0) {
         mem.SetU32(map.engine, m_engine);
     }
-    const float box_stock[6] = {300.0f, 40.0f, 640.0f, 10.0f, 600.0f, 60.0f};
+    // The message box as shipped: no value equals a placement Tarvex writes.
+    const float box_stock[6] = {300.0f, 40.0f, 600.0f, 20.0f, 560.0f, 50.0f};
     for (int i = 0; i < 6; ++i) {
         mem.SetF32(map.box[std::size_t(i)], box_stock[i]);
     }
@@ -199,18 +173,20 @@ void Game::Install() {
             mem.SetF32(map.box_copy[std::size_t(i)], box_stock[i]);
         }
     }
-    mem.SetF32(map.tag[0], 18.0f);
-    mem.SetF32(map.tag[1], -1.0f);
-    mem.SetF32(map.tag[2], -1.0f);
-    mem.SetF32(map.tag[3], -479.0f);
-    mem.SetF32(map.tag[4], -635.0f);
-    mem.SetU8(map.tag[5], 0);
-    mem.SetU8(map.tag[6], 18);
+    for (std::size_t i = 0; i < 5; ++i) {
+        mem.SetF32(map.tag[i], StockTagSingles[i]);
+    }
+    mem.SetU8(map.tag[5], StockTagBytes[0]);
+    mem.SetU8(map.tag[6], StockTagBytes[1]);
+    mem.SetU32(VoteFlag, StockFlag);
+    mem.SetU32(SaveFlag, StockFlag);
+    mem.SetU32(ExitFlag, StockFlag);
 
     if (build == 3 || build == 4) {
         InstallStockCode(mem, build);
         mem.SetU32(map.weather_operand, StockWeatherText(build));
-        mem.SetText8(StockWeatherText(build), "10O_N_nosnow_lightcloud", true);
+        mem.SetText8(StockWeatherText(build), StockPreset, true);
+        mem.SetText8(map.weather_text, StockBlockPreset, true);
         mem.SetText8(StockCarPath(build), "CARS\\XSARA\\XSARA.INI", true);
         for (std::uint32_t operand : GhostPathOperands(build)) {
             mem.SetU32(operand, StockCarPath(build));
@@ -218,26 +194,22 @@ void Game::Install() {
         for (const MenuLayoutOperand& operand : LayoutOperands) {
             mem.SetF32(build == 3 ? operand.b3 : operand.b4, operand.stock);
         }
-        mem.SetU8(build == 3 ? 0x573FCF : 0x56A35C, 14);
-        mem.SetU32(VoteFlag, 0xCCCCCCCC);
-        mem.SetU32(SaveFlag, 0xCCCCCCCC);
-        mem.SetU32(ExitFlag, 0xCCCCCCCC);
-        // The set-up block as a fresh install leaves it.
-        mem.SetU32(map.humidity, 0);
-        mem.SetU32(map.tyre_wear, 1);
-        mem.SetU32(map.stage_id, 10);
-        mem.SetU32(map.condition, 0);
-        mem.SetU32(map.car, 0);
-        mem.SetU32(map.damage, 1);
-        mem.SetU32(map.transmission, 1);
-        mem.SetU32(map.setup_const, 0);
+        mem.SetU8(LayoutByteAddress(build), LayoutByteStock);
+        mem.SetU32(map.humidity, std::uint32_t(StockHumidity));
+        mem.SetU32(map.tyre_wear, std::uint32_t(StockWear));
+        mem.SetU32(map.stage_id, std::uint32_t(StockStage));
+        mem.SetU32(map.condition, std::uint32_t(StockCondition));
+        mem.SetU32(map.car, std::uint32_t(StockCar));
+        mem.SetU32(map.damage, std::uint32_t(StockDamage));
+        mem.SetU32(map.transmission, std::uint32_t(StockTransmission));
+        mem.SetU32(map.setup_const, std::uint32_t(StockConstant));
         mem.SetHex(map.penalty, map.penalty_stock);
     }
 
     mem.SetU32(m_race_block + race::MenuState, 1);
     mem.SetF32(m_race_block + race::StartCountdown, 7.0f);
     mem.SetF32(m_race_block + race::PreStartClock, 0.0f);
-    m_road.Build(10, FindStage(10).length);
+    m_road.Build(StockStage, FindStage(StockStage).length);
 }
 
 void Game::Publish() {

@@ -131,17 +131,13 @@ void Game::FrontEndKey(int key) {
         break;
     case MenuService:
         if (m_memory.I32(menu + MenuHighlight) == ServiceStartEntry) {
-            StartLoading();
+            StartStage();
         }
         break;
     default:
         ShowMenu(MenuMain);
         break;
     }
-}
-
-void Game::StartLoading() {
-    m_loading = LoadSeconds;
 }
 
 std::vector<std::pair<int, MenuEntryView>> Game::RaceEntries() const {

@@ -70,6 +70,57 @@ void DrawBox(QPainter& p, const Camera& camera, Vec3 centre, float heading, QCol
     p.drawPolygon(top);
 }
 
+// A ghost from the ghost car's mesh: flat-shaded triangles in the slot colour, far ones first.
+// The mesh's origin sits on the road under the body centre, which Tarvex puts 0.4 m behind
+// the matrix's origin.
+void DrawGhostMesh(QPainter& p, const Camera& camera, const GhostCar& car, const GhostView& ghost,
+                   int model) {
+    const Vec3 origin = Vec3{ghost.x, ghost.y, ghost.z} - ghost.forward * 0.4f - ghost.up * 0.5f;
+    // Each ghost car model has its own length, so a change of model shows.
+    const float length = 0.92f + 0.02f * float(std::clamp(model, 1, 8));
+    const Vec3 light = Normalize(Vec3{0.3f, -0.5f, 1.0f});
+    struct Face {
+        float depth;
+        QPolygonF polygon;
+        float shade;
+    };
+    std::vector<Face> faces;
+    faces.reserve(car.triangles.size());
+    for (const auto& triangle : car.triangles) {
+        Vec3 world[3];
+        QPolygonF polygon;
+        float depth = 0;
+        for (int i = 0; i < 3; ++i) {
+            const Vec3 v = car.vertices[triangle[std::size_t(i)]];
+            world[i] = origin + ghost.side * v.x + ghost.up * v.y + ghost.forward * (v.z * length);
+            const auto point = camera.Project(world[i]);
+            if (!point) {
+                break;
+            }
+            polygon << *point;
+            const Vec3 d = world[i] - camera.eye;
+            depth += Dot(d, d);
+        }
+        if (polygon.size() == 3) {
+            const Vec3 normal = Normalize(Cross(world[1] - world[0], world[2] - world[0]));
+            faces.push_back({depth, polygon, 0.45f + 0.55f * std::fabs(Dot(normal, light))});
+        }
+    }
+    std::sort(faces.begin(), faces.end(),
+              [](const Face& a, const Face& b) { return a.depth > b.depth; });
+    const QColor base =
+        QColor::fromRgbF(std::clamp(ghost.red, 0.0f, 1.0f), std::clamp(ghost.green, 0.0f, 1.0f),
+                         std::clamp(ghost.blue, 0.0f, 1.0f));
+    p.setPen(Qt::NoPen);
+    for (const Face& face : faces) {
+        QColor colour = QColor::fromRgbF(base.redF() * face.shade, base.greenF() * face.shade,
+                                         base.blueF() * face.shade);
+        colour.setAlphaF(0.8f);
+        p.setBrush(colour);
+        p.drawPolygon(face.polygon);
+    }
+}
+
 void DrawLines(QPainter& p, QRectF box, const QString& text, int size, QColor colour) {
     QFont font("DejaVu Sans Mono");
     font.setPixelSize(size);
@@ -114,6 +165,11 @@ QImage Renderer::Render(const Game& game) const {
                           entry.enabled ? Qt::white : Qt::gray);
                 y += 24;
             }
+            if (!s.refusal.empty()) {
+                DrawLines(p, QRectF(80, y + 16, 520, 48),
+                          "Cannot start the stage: " + QString::fromStdString(s.refusal), 16,
+                          QColor(255, 110, 90));
+            }
         }
     } else {
         // The same chase camera the game publishes in its camera rows.
@@ -156,17 +212,10 @@ QImage Renderer::Render(const Game& game) const {
             return Dot(da, da) > Dot(db, db);
         });
         for (const GhostView& ghost : ghosts) {
-            QColor colour = QColor::fromRgbF(std::clamp(ghost.red, 0.0f, 1.0f),
-                                             std::clamp(ghost.green, 0.0f, 1.0f),
-                                             std::clamp(ghost.blue, 0.0f, 1.0f));
-            colour.setAlphaF(0.75f);
-            // The ghost's origin is its model origin, ahead of the body centre.
-            const Vec3 centre = Vec3{ghost.x, ghost.y, ghost.z} -
-                                Vec3{std::cos(ghost.heading), std::sin(ghost.heading), 0} * 0.4f;
-            // Each ghost car model has its own length, so a change of model shows.
-            const float length = 3.7f + 0.1f * float(std::clamp(s.ghost_model, 1, 8));
-            DrawBox(p, camera, centre - Vec3{0, 0, 0.5f}, ghost.heading, colour, length, 1.8f,
-                    1.3f);
+            const Vec3 d = Vec3{ghost.x, ghost.y, ghost.z} - eye;
+            if (Dot(d, d) < 250.0f * 250.0f) {
+                DrawGhostMesh(p, camera, game.GhostCarModel(), ghost, s.ghost_model);
+            }
         }
         DrawBox(p, camera, car - Vec3{0, 0, 0.5f}, here.heading, QColor(230, 230, 235), 4.2f, 1.8f,
                 1.3f);
@@ -174,7 +223,9 @@ QImage Renderer::Render(const Game& game) const {
         // Clock, countdown, distance and splits.
         DrawLines(p, QRectF(10, 8, 300, 24), Format(s.race_time), 22, Qt::white);
         DrawLines(p, QRectF(10, 34, 300, 20),
-                  QString::asprintf("%.0f / %d m", s.distance, s.stage_length), 16, Qt::white);
+                  QString::asprintf("%.0f / %d m  %s", s.distance, s.stage_length,
+                                    s.automatic ? "AUTO" : "MANUAL"),
+                  16, Qt::white);
         if (s.splits >= 1) {
             DrawLines(p, QRectF(10, 54, 300, 20), "Split 1  " + Format(s.split1), 16, Qt::white);
         }
@@ -240,32 +291,46 @@ QImage Renderer::Render(const Game& game) const {
                       colour);
         }
         if (s.paused) {
+            // The in-race menu is laid out by rows 41..46: top, left and right of the panel,
+            // the highlight bar's span and the text size.
+            const std::vector<float> stock = {64, 200, 400, 200, 400, 14};
+            const std::vector<float>& l =
+                s.race_menu_layout.size() == 6 ? s.race_menu_layout : stock;
+            const float top = 66.0f + l[0], left = l[1] - 30.0f, right = l[2] + 70.0f;
+            const int size = std::clamp(int(l[5]) + 3, 8, 40);
             p.setPen(Qt::NoPen);
             p.setBrush(QColor(0, 0, 0, 170));
-            p.drawRect(QRectF(170, 130, 300, 220));
+            p.drawRect(QRectF(left, top, right - left, 220));
             const bool pause = s.race_menu == 1;
-            DrawLines(p, QRectF(190, 140, 260, 24), pause ? "Paused" : "Save Data", 20,
-                      QColor(240, 200, 80));
+            DrawLines(p, QRectF(left + 20, top + 10, right - left - 40, 24),
+                      pause ? "Paused" : "Save Data", 20, QColor(240, 200, 80));
             const std::vector<MenuEntryView>& entries = pause ? s.race_entries : s.save_slots;
             const int first = pause ? 0 : std::max(0, s.race_highlight - 6);
-            int y = 172;
-            for (int i = first; i < int(entries.size()) && y < 340; ++i) {
-                const bool lit = i == s.race_highlight;
-                DrawLines(p, QRectF(196, y, 270, 22),
-                          QString(lit ? "> " : "  ") +
-                              QString::fromStdString(entries[std::size_t(i)].caption),
-                          17, entries[std::size_t(i)].enabled ? Qt::white : Qt::gray);
-                y += 24;
+            float y = top + 42.0f;
+            for (int i = first; i < int(entries.size()) && y < top + 210.0f; ++i) {
+                if (i == s.race_highlight) {
+                    p.setPen(Qt::NoPen);
+                    p.setBrush(QColor(240, 200, 80, 70));
+                    p.drawRect(QRectF(l[3] - 8.0f, y, l[4] - l[3] + 50.0f, float(size) + 5.0f));
+                }
+                DrawLines(p, QRectF(left + 26, y, right - left - 30, float(size) + 5.0f),
+                          QString::fromStdString(entries[std::size_t(i)].caption), size,
+                          entries[std::size_t(i)].enabled ? Qt::white : Qt::gray);
+                y += float(size) + 7.0f;
             }
         }
     }
-    // The message box, where the box placement values put it.
+    // The message box, where the box placement values put it. Builds with second copies of n1
+    // and n2 place the box's frame by those, the text by the first ones.
     if (!s.overlay_text.empty()) {
         const float top = s.box[0];
         const float left = s.box[1];
+        const float frame_top = s.box_copy.size() == 2 ? s.box_copy[0] : top;
+        const float frame_left = s.box_copy.size() == 2 ? s.box_copy[1] : left;
         p.setPen(Qt::NoPen);
         p.setBrush(QColor(0, 0, 0, 150));
-        p.drawRect(QRectF(left - 4, top - 4, std::max(100.0f, s.box[4] * 0.9f - left), 104));
+        p.drawRect(QRectF(frame_left - 4, frame_top - 4,
+                          std::max(100.0f, s.box[4] * 0.9f - frame_left), 104));
         DrawLines(p, QRectF(left, top, Width - left, Height - top),
                   QString::fromStdString(s.overlay_text), 15, QColor(255, 255, 180));
     }

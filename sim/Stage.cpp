@@ -73,7 +73,137 @@ constexpr Row Stages[] = {
     {87, "Rally School IX", 2100, Surface::Gravel},
 };
 
+// Preset names per stage, without the two-digit stage number they all start with.
+struct Presets {
+    int stage;
+    const char* names; // separated by single spaces
+};
+
+constexpr Presets PresetTable[] = {
+    {4, "E_crisp_clear E_crisp_partcloud E_hazy_clear E_hazy_partcloud "
+        "M_crisp_clear M_crisp_partcloud M_hazy_clear M_hazy_lightcloud "
+        "M_hazy_partcloud N_crisp_clear N_crisp_partcloud N_hazy_clear "
+        "N_hazy_partcloud O_E_hazy_partcloud O_E_heavyfog_heavycloud "
+        "O_E_heavyrain_heavycloud O_E_heavysnow_heavycloud "
+        "O_E_lightfog_heavycloud O_E_lightrain_heavycloud "
+        "O_E_lightsnow_heavycloud O_E_norain_lightcloud O_E_nosnow_heavycloud "
+        "O_E_nosnow_lightcloud O_M_hazy_partcloud O_M_heavyfog_heavycloud "
+        "O_M_heavyrain_heavycloud O_M_heavysnow_heavycloud "
+        "O_M_lightfog_heavycloud O_M_lightrain_heavycloud "
+        "O_M_lightsnow_heavycloud O_M_norain_lightcloud O_M_nosnow_heavycloud "
+        "O_M_nosnow_lightcloud O_N_hazy_partcloud O_N_heavyfog_heavycloud "
+        "O_N_heavyrain_heavycloud O_N_heavysnow_heavycloud "
+        "O_N_lightfog_heavycloud O_N_lightrain_heavycloud "
+        "O_N_lightsnow_heavycloud O_N_norain_lightcloud O_N_nosnow_heavycloud "
+        "O_N_nosnow_lightcloud"},
+    {10, "O_N_hazy_partcloud O_N_heavysnow_heavycloud O_N_lightsnow_heavycloud "
+         "O_N_nosnow_heavycloud O_N_nosnow_lightcloud"},
+    {11, "O_N_hazy_partcloud O_N_heavysnow_heavycloud O_N_lightsnow_heavycloud "
+         "O_N_nosnow_heavycloud O_N_nosnow_lightcloud"},
+    {12, "O_E_hazy_partcloud O_E_heavysnow_heavycloud O_E_lightsnow_heavycloud "
+         "O_E_nosnow_heavycloud O_E_nosnow_lightcloud"},
+    {13, "O_E_hazy_partcloud O_E_heavysnow_heavycloud O_E_lightsnow_heavycloud "
+         "O_E_nosnow_heavycloud O_E_nosnow_lightcloud"},
+    {14, "O_M_hazy_partcloud O_M_heavysnow_heavycloud O_M_lightsnow_heavycloud "
+         "O_M_nosnow_heavycloud O_M_nosnow_lightcloud"},
+    {15, "O_M_hazy_partcloud O_M_heavysnow_heavycloud O_M_lightsnow_heavycloud "
+         "O_M_nosnow_heavycloud O_M_nosnow_lightcloud"},
+    {20, "N_crisp_clear N_crisp_partcloud N_hazy_clear O_N_heavyfog_heavycloud "
+         "O_N_heavyrain_heavycloud O_N_lightfog_heavycloud "
+         "O_N_lightrain_heavycloud O_N_norain_lightcloud"},
+    {21, "O_E_heavyfog_heavycloud O_E_heavyrain_heavycloud "
+         "O_E_lightfog_heavycloud O_E_lightrain_heavycloud O_E_norain_lightcloud "
+         "O_M_heavyfog_heavycloud O_M_heavyrain_heavycloud "
+         "O_M_lightfog_heavycloud O_M_lightrain_heavycloud O_M_norain_lightcloud "
+         "O_N_heavyfog_heavycloud O_N_heavyrain_heavycloud "
+         "O_N_lightfog_heavycloud O_N_lightrain_heavycloud O_N_norain_lightcloud"},
+    {22, "N_crisp_clear N_crisp_partcloud N_hazy_clear O_N_heavyfog_heavycloud "
+         "O_N_heavyrain_heavycloud O_N_lightfog_heavycloud "
+         "O_N_lightrain_heavycloud O_N_norain_lightcloud"},
+    {23, "E_crisp_clear E_crisp_partcloud E_hazy_clear O_E_heavyfog_heavycloud "
+         "O_E_heavyrain_heavycloud O_E_lightfog_heavycloud "
+         "O_E_lightrain_heavycloud O_E_norain_lightcloud"},
+    {24, "O_M_heavyfog_heavycloud O_M_heavyrain_heavycloud "
+         "O_M_lightfog_heavycloud O_M_lightrain_heavycloud O_M_norain_lightcloud"},
+    {25, "O_M_heavyfog_heavycloud O_M_heavyrain_heavycloud "
+         "O_M_lightfog_heavycloud O_M_lightrain_heavycloud O_M_norain_lightcloud"},
+    {31, "E_crisp_clear E_crisp_partcloud E_hazy_clear E_hazy_partcloud"},
+    {32, "M_crisp_clear M_crisp_partcloud M_hazy_clear M_hazy_partcloud "
+         "N_crisp_clear N_crisp_partcloud N_hazy_clear N_hazy_partcloud"},
+    {33, "N_crisp_clear N_crisp_partcloud N_hazy_clear N_hazy_partcloud"},
+    {34, "E_crisp_clear E_crisp_partcloud E_hazy_clear E_hazy_partcloud"},
+    {35, "N_crisp_clear N_crisp_partcloud N_hazy_clear N_hazy_partcloud"},
+    {36, "M_crisp_clear M_crisp_partcloud M_hazy_clear M_hazy_partcloud"},
+    {41, "M_crisp_clear M_crisp_partcloud M_hazy_clear O_M_heavyrain_heavycloud "
+         "O_M_lightfog_heavycloud O_M_lightrain_heavycloud O_M_norain_lightcloud"},
+    {42, "M_crisp_clear M_crisp_partcloud M_hazy_clear O_M_heavyrain_heavycloud "
+         "O_M_lightfog_heavycloud O_M_lightrain_heavycloud O_M_norain_lightcloud"},
+    {43, "N_crisp_clear N_crisp_partcloud N_hazy_clear O_N_heavyrain_heavycloud "
+         "O_N_lightfog_heavycloud O_N_lightrain_heavycloud O_N_norain_lightcloud"},
+    {44, "E_crisp_clear E_crisp_partcloud E_hazy_clear O_E_heavyrain_heavycloud "
+         "O_E_lightfog_heavycloud O_E_lightrain_heavycloud O_E_norain_lightcloud"},
+    {45, "N_crisp_clear N_crisp_partcloud N_hazy_clear O_N_heavyrain_heavycloud "
+         "O_N_lightfog_heavycloud O_N_lightrain_heavycloud O_N_norain_lightcloud"},
+    {46, "E_crisp_clear E_crisp_partcloud E_hazy_clear O_E_heavyrain_heavycloud "
+         "O_E_lightfog_heavycloud O_E_lightrain_heavycloud O_E_norain_lightcloud"},
+    {51, "N_crisp_clear N_crisp_partcloud N_hazy_clear O_N_heavyrain_heavycloud "
+         "O_N_lightfog_heavycloud O_N_lightrain_heavycloud O_N_norain_lightcloud"},
+    {52, "M_crisp_clear M_crisp_partcloud M_hazy_clear O_M_heavyrain_heavycloud "
+         "O_M_lightfog_heavycloud O_M_lightrain_heavycloud O_M_norain_lightcloud"},
+    {53, "N_crisp_clear N_crisp_partcloud N_hazy_clear O_N_heavyrain_heavycloud "
+         "O_N_lightfog_heavycloud O_N_lightrain_heavycloud O_N_norain_lightcloud"},
+    {54, "E_crisp_clear E_crisp_partcloud E_hazy_clear M_crisp_clear "
+         "O_E_heavyrain_heavycloud O_E_lightfog_heavycloud "
+         "O_E_lightrain_heavycloud O_E_norain_lightcloud"},
+    {55, "O_M_heavyrain_heavycloud O_M_lightfog_heavycloud "
+         "O_M_lightrain_heavycloud O_M_norain_lightcloud"},
+    {56, "M_crisp_clear M_crisp_partcloud M_hazy_clear O_M_heavyrain_heavycloud "
+         "O_M_lightfog_heavycloud O_M_lightrain_heavycloud O_M_norain_lightcloud"},
+    {61, "M_crisp_clear M_crisp_partcloud M_hazy_clear M_hazy_partcloud "
+         "O_M_heavyrain_heavycloud O_M_lightfog_heavycloud "
+         "O_M_lightrain_heavycloud O_M_norain_lightcloud"},
+    {62, "M_crisp_clear M_crisp_partcloud M_hazy_clear M_hazy_partcloud "
+         "O_M_heavyrain_heavycloud O_M_lightfog_heavycloud "
+         "O_M_lightrain_heavycloud O_M_norain_lightcloud"},
+    {63, "N_crisp_clear N_crisp_partcloud N_hazy_clear N_hazy_partcloud "
+         "O_N_heavyrain_heavycloud O_N_lightrain_heavycloud "
+         "O_N_norain_lightcloud"},
+    {64, "E_crisp_clear E_crisp_partcloud E_hazy_clear E_hazy_partcloud "
+         "O_E_heavyrain_heavycloud O_E_lightfog_heavycloud "
+         "O_E_lightrain_heavycloud O_E_norain_lightcloud"},
+    {65, "N_crisp_clear N_crisp_partcloud N_hazy_clear N_hazy_partcloud "
+         "O_N_heavyrain_heavycloud O_N_lightrain_heavycloud "
+         "O_N_norain_lightcloud"},
+    {66, "E_crisp_clear E_crisp_partcloud E_hazy_clear E_hazy_partcloud "
+         "O_E_heavyrain_heavycloud O_E_lightfog_heavycloud "
+         "O_E_lightrain_heavycloud O_E_norain_lightcloud"},
+};
+
 } // namespace
+
+bool IsKnownPreset(const std::string& name) {
+    if (name.size() < 3) {
+        return false;
+    }
+    for (const Presets& row : PresetTable) {
+        const std::string prefix = (row.stage < 10 ? "0" : "") + std::to_string(row.stage);
+        if (name.compare(0, 2, prefix) != 0) {
+            continue;
+        }
+        const std::string names = std::string(" ") + row.names + " ";
+        return names.find(" " + name.substr(2) + " ") != std::string::npos;
+    }
+    return false;
+}
+
+bool StageHasPresets(int stage_id) {
+    for (const Presets& row : PresetTable) {
+        if (row.stage == stage_id) {
+            return true;
+        }
+    }
+    return false;
+}
 
 bool IsKnownStage(int stage_id) {
     for (const Row& row : Stages) {
@@ -90,7 +220,7 @@ StageInfo FindStage(int stage_id) {
             return {row.id, row.name, row.length, row.surface};
         }
     }
-    return {10, "Kaihuavaara", 6100, Surface::Snow};
+    return {};
 }
 
 std::string GameCarName(int car) {

@@ -15,10 +15,14 @@ struct StageInfo {
     Surface surface = Surface::Gravel;
 };
 
-// The game's stages by stage number; unknown numbers load the first Finnish stage, as the game
-// falls back to its default stage.
+// The game's stages by stage number; an unknown number gives a StageInfo with id 0.
 StageInfo FindStage(int stage_id);
 bool IsKnownStage(int stage_id);
+
+// Weather presets: the game ships one weather file per name, and a stage can be driven under
+// any of them. The yard and school stages have none of their own and keep their fixed weather.
+bool IsKnownPreset(const std::string& name);
+bool StageHasPresets(int stage_id);
 
 // Car names in the game's own car-menu order, 1..8; empty for any other number.
 std::string GameCarName(int car);

@@ -17,6 +17,7 @@
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace {
@@ -27,6 +28,14 @@ std::string ExecutableFolder() {
     std::error_code error;
     const auto exe = std::filesystem::read_symlink("/proc/self/exe", error);
     return error ? std::string(".") : exe.parent_path().string();
+}
+
+// Milliseconds of CLOCK_MONOTONIC: the one clock that every game on a machine shares, so that
+// status lines of several games can be laid side by side (how far apart did they start?).
+long long MonotonicMilliseconds() {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<long long>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
 }
 
 double Since(Clock::time_point start) {
@@ -162,7 +171,7 @@ int main(int argc, char** argv) {
             const std::string line = game.StatusJson();
             if (line != last_status) {
                 last_status = line;
-                std::fprintf(status, "%s\n", line.c_str());
+                std::fprintf(status, "{\"t\":%lld,%s\n", MonotonicMilliseconds(), line.c_str() + 1);
                 std::fflush(status);
             }
         }

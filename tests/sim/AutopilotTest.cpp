@@ -4,7 +4,7 @@
 
 #include <QTest>
 
-using simtest::TarvexPart;
+using simtest::Machine;
 
 namespace {
 
@@ -17,12 +17,12 @@ struct Run {
 
 // One autopilot game from a fresh start to some seconds after its finish, menus driven as
 // Tarvex would, on the short school stage.
-Run Drive(sim::Options options, bool patches = true, bool ipro = true) {
-    auto memory = sim::NewMemorySpace();
+Run Drive(int build, sim::Options options, bool patches = true, bool ipro = true) {
     options.autopilot = true;
-    sim::Game game(*memory, options);
-    TarvexPart tarvex(*memory, game);
+    Machine machine(build, options);
+    simtest::TarvexPart& tarvex = machine.tarvex;
     tarvex.setup.stage = 71;
+    tarvex.setup.weather = "";
     tarvex.ipro = ipro;
     if (patches) {
         tarvex.ApplyGamePatches(0);
@@ -31,17 +31,18 @@ Run Drive(sim::Options options, bool patches = true, bool ipro = true) {
     if (!tarvex.DriveMenusToStage()) {
         return run;
     }
+    const sim::AddressSpace& m = *machine.memory;
     const std::uint32_t rb = tarvex.RaceBlock();
-    for (int i = 0; i < 4000 && memory->I32(rb + 0x2C4) != 1; ++i) {
-        game.Tick(0.05);
+    for (int i = 0; i < 4000 && m.I32(rb + 0x2C4) != 1; ++i) {
+        machine.game.Tick(0.05);
     }
     tarvex.Wait(4);
-    run.finish = memory->I32(rb + 0x2C4) == 1 ? memory->F32(rb + 0x140) : 0;
-    run.false_starts = memory->I32(rb + 0x248);
-    run.flags[0] = memory->U32(0x400A00);
-    run.flags[1] = memory->U32(0x400A04);
-    run.flags[2] = memory->U32(0x400A08);
-    run.paused = game.GetStatus().paused;
+    run.finish = m.I32(rb + 0x2C4) == 1 ? m.F32(rb + 0x140) : 0;
+    run.false_starts = m.I32(rb + 0x248);
+    for (std::uint32_t i = 0; i < 3; ++i) {
+        run.flags[i] = m.U32(0x400A00 + 4 * i);
+    }
+    run.paused = machine.game.GetStatus().paused;
     return run;
 }
 
@@ -59,18 +60,16 @@ class AutopilotTest : public QObject {
 
 private slots:
     void sameSeedSameTimeAndPaceDecidesTheOrder();
-    void falseStartJumpsOnce();
     void afterTheFinish_data();
     void afterTheFinish();
-    void picksTheProfileWithoutBypass();
 };
 
 void AutopilotTest::sameSeedSameTimeAndPaceDecidesTheOrder() {
-    const Run a = Drive(With(1.0, 3));
-    const Run b = Drive(With(1.0, 3));
-    const Run other_seed = Drive(With(1.0, 4));
-    const Run fast = Drive(With(1.3, 3));
-    const Run slow = Drive(With(0.7, 3));
+    const Run a = Drive(3, With(1.0, 3));
+    const Run b = Drive(3, With(1.0, 3));
+    const Run other_seed = Drive(3, With(1.0, 4));
+    const Run fast = Drive(3, With(1.3, 3));
+    const Run slow = Drive(3, With(0.7, 3));
     QVERIFY(a.finish > 0);
     QCOMPARE(a.finish, b.finish);
     QVERIFY(other_seed.finish != a.finish);
@@ -79,47 +78,44 @@ void AutopilotTest::sameSeedSameTimeAndPaceDecidesTheOrder() {
     QCOMPARE(a.false_starts, 0);
 }
 
-void AutopilotTest::falseStartJumpsOnce() {
-    sim::Options o = With(1.0, 1);
-    o.false_start = true;
-    const Run run = Drive(o);
-    QCOMPARE(run.false_starts, 1);
-    QVERIFY(run.finish > 0);
-}
-
 void AutopilotTest::afterTheFinish_data() {
+    QTest::addColumn<int>("build");
     QTest::addColumn<int>("after");
+    QTest::addColumn<bool>("false_start");
     QTest::addColumn<bool>("patches");
+    QTest::addColumn<bool>("ipro");
     QTest::addColumn<uint>("vote");
     QTest::addColumn<uint>("exit");
     QTest::addColumn<bool>("paused");
-    QTest::newRow("votes to restart")
-        << int(sim::AfterFinish::VoteRestart) << true << 1u << 0u << true;
-    QTest::newRow("exits to Tarvex")
-        << int(sim::AfterFinish::ExitToTarvex) << true << 0u << 1u << true;
-    QTest::newRow("waits") << int(sim::AfterFinish::Nothing) << true << 0u << 0u << false;
-    QTest::newRow("no entry without patches")
-        << int(sim::AfterFinish::VoteRestart) << false << 0xCCCCCCCCu << 0xCCCCCCCCu << false;
+    const int vote = int(sim::AfterFinish::VoteRestart), exit = int(sim::AfterFinish::ExitToTarvex),
+              wait = int(sim::AfterFinish::Nothing);
+    QTest::newRow("b3 jumps the start once, then votes to restart")
+        << 3 << vote << true << true << true << 1u << 0u << true;
+    QTest::newRow("b4 exits to Tarvex") << 4 << exit << false << true << true << 0u << 1u << true;
+    QTest::newRow("b3 picks the profile itself, then waits")
+        << 3 << wait << false << true << false << 0u << 0u << false;
+    QTest::newRow("b4 finds no entry without patches")
+        << 4 << vote << false << false << true << 0xCCCCCCCCu << 0xCCCCCCCCu << false;
 }
 
 void AutopilotTest::afterTheFinish() {
+    QFETCH(int, build);
     QFETCH(int, after);
+    QFETCH(bool, false_start);
     QFETCH(bool, patches);
+    QFETCH(bool, ipro);
     QFETCH(uint, vote);
     QFETCH(uint, exit);
     QFETCH(bool, paused);
     sim::Options o = With(1.0, 2);
     o.after_finish = sim::AfterFinish(after);
-    const Run run = Drive(o, patches);
+    o.false_start = false_start;
+    const Run run = Drive(build, o, patches, ipro);
     QVERIFY(run.finish > 0);
+    QCOMPARE(run.false_starts, false_start ? 1 : 0);
     QCOMPARE(run.flags[0], vote);
     QCOMPARE(run.flags[2], exit);
     QCOMPARE(run.paused, paused);
-}
-
-void AutopilotTest::picksTheProfileWithoutBypass() {
-    const Run run = Drive(With(1.0, 5), true, false);
-    QVERIFY(run.finish > 0);
 }
 
 TARVEX_TEST(AutopilotTest);

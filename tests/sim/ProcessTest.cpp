@@ -3,18 +3,18 @@
 
 #include <QDir>
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QTest>
-#include <csignal>
 #include <cstring>
-#include <fcntl.h>
 #include <sys/uio.h>
-#include <unistd.h>
+#include <time.h>
 #include <xcb/xcb.h>
-#include <xcb/xtest.h>
 
 // The DuneholtRally executable as another program meets it: a process with a window on the X
-// display, memory at fixed addresses, and keys from the XTest extension.
+// display, memory at fixed addresses and a status file. (Keys, hook clicks, the intro window and
+// forced writes into code pages are met by Tarvex's own game-process tests.)
 namespace {
 
 QString Executable() {
@@ -73,38 +73,6 @@ public:
         }
         return pid;
     }
-    xcb_window_t Focus() const {
-        auto reply = xcb_get_input_focus_reply(m_conn, xcb_get_input_focus(m_conn), nullptr);
-        const xcb_window_t focus = reply ? reply->focus : 0;
-        free(reply);
-        return focus;
-    }
-    std::uint8_t KeycodeOf(std::uint32_t keysym) const {
-        const xcb_setup_t* setup = xcb_get_setup(m_conn);
-        auto reply = xcb_get_keyboard_mapping_reply(
-            m_conn,
-            xcb_get_keyboard_mapping(m_conn, setup->min_keycode,
-                                     std::uint8_t(setup->max_keycode - setup->min_keycode + 1)),
-            nullptr);
-        std::uint8_t code = 0;
-        if (reply) {
-            const xcb_keysym_t* syms = xcb_get_keyboard_mapping_keysyms(reply);
-            const int count = xcb_get_keyboard_mapping_keysyms_length(reply);
-            for (int i = 0; i < count && !code; ++i) {
-                if (syms[i] == keysym) {
-                    code = std::uint8_t(setup->min_keycode + i / reply->keysyms_per_keycode);
-                }
-            }
-            free(reply);
-        }
-        return code;
-    }
-    void Key(std::uint32_t keysym) const {
-        const std::uint8_t code = KeycodeOf(keysym);
-        xcb_test_fake_input(m_conn, XCB_KEY_PRESS, code, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
-        xcb_test_fake_input(m_conn, XCB_KEY_RELEASE, code, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
-        xcb_flush(m_conn);
-    }
     void Close(xcb_window_t window) const {
         xcb_client_message_event_t message;
         std::memset(&message, 0, sizeof message);
@@ -133,17 +101,6 @@ QByteArray ReadRemote(qint64 pid, std::uint32_t address, std::size_t size) {
     return buffer;
 }
 
-bool WriteRemoteForced(qint64 pid, std::uint32_t address, const QByteArray& bytes) {
-    const int fd = ::open(qPrintable(QString("/proc/%1/mem").arg(pid)), O_RDWR);
-    if (fd < 0) {
-        return false;
-    }
-    const bool ok = ::pwrite(fd, bytes.constData(), size_t(bytes.size()), off_t(address)) ==
-                    ssize_t(bytes.size());
-    ::close(fd);
-    return ok;
-}
-
 // A copy of the executable in its own folder, as scripts/game-folder lays it out.
 struct GameFolder {
     tarvex::test::TempFolder folder;
@@ -154,6 +111,12 @@ struct GameFolder {
         QFile::setPermissions(exe, QFile::permissions(Executable()));
     }
 };
+
+qint64 MonotonicMs() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return qint64(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
 
 bool WaitForLine(const QString& path, const QByteArray& needle, int ms) {
     return QTest::qWaitFor(
@@ -170,27 +133,25 @@ class ProcessTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void windowMemoryAndKeys_data();
-    void windowMemoryAndKeys();
-    void hookClicksReachTheWrittenWindow();
-    void introWindowComesFirst();
+    void optionsWindowAndStatusLines_data();
+    void optionsWindowAndStatusLines();
     void gameFolderHoldsTheStockArchive();
 };
 
-void ProcessTest::windowMemoryAndKeys_data() {
+void ProcessTest::optionsWindowAndStatusLines_data() {
     QTest::addColumn<QString>("config");
     QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("build_byte");
-    QTest::newRow("default build") << "" << QStringList() << 0xE8;
-    QTest::newRow("build from the folder's file") << "--build 2\n" << QStringList() << 0x8B;
+    QTest::addColumn<int>("build");
+    QTest::newRow("default build") << "" << QStringList() << 3;
+    QTest::newRow("build from the folder's file") << "--build 2\n" << QStringList() << 2;
     QTest::newRow("command line wins") << "build=2\n# a comment\n"
-                                       << QStringList({"--build", "4"}) << 0x00;
+                                       << QStringList({"--build", "4"}) << 4;
 }
 
-void ProcessTest::windowMemoryAndKeys() {
+void ProcessTest::optionsWindowAndStatusLines() {
     QFETCH(QString, config);
     QFETCH(QStringList, arguments);
-    QFETCH(int, build_byte);
+    QFETCH(int, build);
     XDisplay display;
     QVERIFY(display.Ok());
     GameFolder game;
@@ -198,6 +159,7 @@ void ProcessTest::windowMemoryAndKeys() {
         game.folder.Write("DuneholtRally.cfg", config.toUtf8());
     }
     const QString status = game.folder.File("status.jsonl");
+    const qint64 started = MonotonicMs();
     QProcess process;
     process.start(game.exe, arguments + QStringList({"--status", status}));
     QVERIFY(process.waitForStarted());
@@ -207,93 +169,30 @@ void ProcessTest::windowMemoryAndKeys() {
     QCOMPARE(qint64(display.Pid(window)), process.processId());
     QCOMPARE(display.Property(window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING),
              QByteArray("Duneholt Rally"));
-    QVERIFY(QTest::qWaitFor([&] { return display.Focus() == window; }, 5000));
+    const char build_bytes[] = {0, 0x10, char(0x8B), char(0xE8), 0};
+    QCOMPARE(ReadRemote(process.processId(), 0x4860F5, 1), QByteArray(1, build_bytes[build]));
 
-    QCOMPARE(ReadRemote(process.processId(), 0x4860F5, 1), QByteArray(1, char(build_byte)));
-    if (build_byte == 0xE8) {
-        // A code page: an ordinary cross-process write is refused, a forced one goes through.
-        const QByteArray nops = QByteArray::fromHex("9090909090909090");
-        QCOMPARE(ReadRemote(process.processId(), 0x576819, 8),
-                 QByteArray::fromHex("F30F118640010000"));
-        iovec local{const_cast<char*>(nops.constData()), 8};
-        iovec remote{reinterpret_cast<void*>(std::uintptr_t(0x576819)), 8};
-        QVERIFY(process_vm_writev(pid_t(process.processId()), &local, 1, &remote, 1, 0) != 8);
-        QVERIFY(WriteRemoteForced(process.processId(), 0x576819, nops));
-        QCOMPARE(ReadRemote(process.processId(), 0x576819, 8), nops);
+    // Lines only when something changes, each stamped with this machine's monotonic clock.
+    QVERIFY(WaitForLine(status, "\"attached\"", 5000));
+    QTest::qWait(1000); // a game left alone writes no further lines
+    const qint64 now = MonotonicMs();
+    display.Close(window);
+    QVERIFY(process.waitForFinished(5000));
+    QCOMPARE(process.exitCode(), 0);
+    QFile file(status);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QList<QByteArray> lines = file.readAll().trimmed().split('\n');
+    QVERIFY(!lines.isEmpty() && lines.size() < 10);
+    qint64 previous = started;
+    for (const QByteArray& line : lines) {
+        QVERIFY(line.startsWith("{\"t\":"));
+        const QJsonObject object = QJsonDocument::fromJson(line).object();
+        const qint64 t = qint64(object["t"].toDouble());
+        QVERIFY2(t >= previous && t <= now, line.left(40));
+        previous = t;
+        QCOMPARE(object["build"].toInt(), build);
+        QCOMPARE(object["menu"].toInt(), 0);
     }
-
-    QVERIFY(WaitForLine(status, "\"menu\":0,", 5000));
-    display.Key(0xff0d); // Return
-    QVERIFY(WaitForLine(status, "\"menu\":10,", 5000));
-
-    display.Close(window);
-    QVERIFY(process.waitForFinished(5000));
-    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(process.exitCode(), 0);
-}
-
-void ProcessTest::hookClicksReachTheWrittenWindow() {
-    XDisplay display;
-    QVERIFY(display.Ok());
-    // The receiving button: a window of this test's own connection.
-    const xcb_window_t button = xcb_generate_id(display.Conn());
-    xcb_create_window(display.Conn(), XCB_COPY_FROM_PARENT, button, display.Root(), 0, 0, 10, 10, 0,
-                      XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
-    xcb_flush(display.Conn());
-
-    QProcess process;
-    process.start(Executable(), {"--fps", "20"});
-    QVERIFY(process.waitForStarted());
-    QVERIFY(QTest::qWaitFor([&] { return display.FindByClass("D3D Window") != 0; }, 10000));
-    std::uint8_t handle[4];
-    std::memcpy(handle, &button, 4);
-    QVERIFY(WriteRemoteForced(process.processId(), 0x493976,
-                              QByteArray::fromHex("6A006A0068F500000068FC084000FF15e4967200")));
-    QVERIFY(WriteRemoteForced(process.processId(), 0x493980,
-                              QByteArray(reinterpret_cast<const char*>(handle), 4)));
-    int clicks = 0;
-    const xcb_atom_t click = display.Atom("BM_CLICK");
-    QVERIFY(QTest::qWaitFor(
-        [&] {
-            while (xcb_generic_event_t* event = xcb_poll_for_event(display.Conn())) {
-                if ((event->response_type & 0x7f) == XCB_CLIENT_MESSAGE) {
-                    auto* message = reinterpret_cast<xcb_client_message_event_t*>(event);
-                    if (message->window == button && message->type == click &&
-                        message->data.data32[0] == 0xF5) {
-                        ++clicks;
-                    }
-                }
-                free(event);
-            }
-            return clicks >= 5;
-        },
-        5000));
-    process.kill();
-    process.waitForFinished();
-}
-
-void ProcessTest::introWindowComesFirst() {
-    XDisplay display;
-    QVERIFY(display.Ok());
-    QProcess process;
-    process.start(Executable(), {"--intro", "60"});
-    QVERIFY(process.waitForStarted());
-    xcb_window_t intro = 0;
-    QVERIFY(QTest::qWaitFor([&] { return (intro = display.FindByClass("DHRVideoPlayerDS")) != 0; },
-                            10000));
-    const std::uint32_t player = display.Pid(intro);
-    QVERIFY(player != 0);
-    QVERIFY(qint64(player) != process.processId());
-    QTest::qWait(500);
-    QCOMPARE(display.FindByClass("D3D Window"), xcb_window_t(0));
-    ::kill(pid_t(player), SIGKILL);
-    xcb_window_t window = 0;
-    QVERIFY(
-        QTest::qWaitFor([&] { return (window = display.FindByClass("D3D Window")) != 0; }, 10000));
-    QCOMPARE(qint64(display.Pid(window)), process.processId());
-    display.Close(window);
-    QVERIFY(process.waitForFinished(5000));
-    QCOMPARE(process.exitCode(), 0);
 }
 
 void ProcessTest::gameFolderHoldsTheStockArchive() {
