@@ -33,6 +33,9 @@ public:
     sim::Options& options() { return m_options; }
     // Game seconds per real second: a race runs faster than real time, Tarvex's own timers not.
     void SetTimeScale(double scale) { m_scale = scale; }
+    double TimeScale() const { return m_scale; }
+    // Milliseconds between frames (20 unless set).
+    void SetFrameInterval(int ms) { m_frames.setInterval(ms); }
 
     bool Running() const { return m_game != nullptr; }
     sim::Game* game() const { return m_game.get(); }
