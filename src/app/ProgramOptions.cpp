@@ -24,8 +24,9 @@ ProgramOptions::ProgramOptions()
                                         "included, are Ready."),
                          QStringLiteral("count"))
     , m_results(QStringLiteral("results"),
-                QStringLiteral("Keep <file> written with the results table (fixed width) "
-                               "whenever it changes."),
+                QStringLiteral("Keep <file> written with the results table whenever it "
+                               "changes: fixed-width text, or the HTML page for a name ending "
+                               "in .htm or .html. May be given more than once."),
                 QStringLiteral("file"))
     , m_quit(QStringLiteral("quit-when-finished"),
              QStringLiteral("End the program once every driver of a launched race has "

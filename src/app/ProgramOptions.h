@@ -25,7 +25,7 @@ public:
     // results file, end once the race is over. 0 and empty mean "not asked for".
     bool WantsReady() const { return m_parser.isSet(m_ready); }
     int StartWhenReady() const;
-    QString ResultsFile() const { return m_parser.value(m_results); }
+    QStringList ResultsFiles() const { return m_parser.values(m_results); }
     bool WantsQuitWhenFinished() const { return m_parser.isSet(m_quit); }
     // The quick-start argument, empty when there is none.
     const QString& StartCommand() const { return m_start_command; }

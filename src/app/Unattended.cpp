@@ -4,8 +4,9 @@
 #include "results/ResultsExport.h"
 
 #include <QLoggingCategory>
-#include <QSaveFile>
+#include <QFile>
 #include <QTimer>
+#include <filesystem>
 
 namespace tarvex {
 
@@ -75,15 +76,29 @@ void Unattended::CheckStart() {
 }
 
 void Unattended::WriteResults() {
-    if (m_options.results_file.isEmpty()) {
-        return;
-    }
-    // Whoever reads the file sees the old table or the new one, never half of one.
-    QSaveFile file(m_options.results_file);
-    if (!file.open(QIODevice::WriteOnly) ||
-        file.write(TextExport(m_tarvex.results, FixedWidth)) < 0 || !file.commit()) {
-        qCWarning(UnattendedLog).noquote()
-            << "cannot write the results to" << m_options.results_file << ":" << file.errorString();
+    ExportContext context;
+    context.config_folder = m_tarvex.ConfigFolder();
+    context.server_name = m_tarvex.IsHost ? m_tarvex.server().SessionName()
+                                          : m_tarvex.client().GetApplicationDesc();
+    for (const QString& path : m_options.results_files) {
+        const bool html = path.endsWith(QStringLiteral(".htm"), Qt::CaseInsensitive) ||
+                          path.endsWith(QStringLiteral(".html"), Qt::CaseInsensitive);
+        // Written beside and then put in place in one step: whoever reads the file sees the
+        // old table or the new one, never half of one.
+        const QString part = path + QStringLiteral(".part");
+        QString error = WriteTimes(m_tarvex.results, part, html ? HtmlDump : FixedWidth, context);
+        if (error.isEmpty()) {
+            std::error_code failed;
+            std::filesystem::rename(QFile::encodeName(part).toStdString(),
+                                    QFile::encodeName(path).toStdString(), failed);
+            if (failed) {
+                error = QString::fromStdString(failed.message());
+            }
+        }
+        if (!error.isEmpty()) {
+            qCWarning(UnattendedLog).noquote()
+                << "cannot write the results to" << path << ":" << error;
+        }
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <functional>
 
 namespace tarvex {
@@ -15,8 +16,9 @@ struct UnattendedOptions {
     bool ready = false;
     // Host: press Start once this many players, the host included, are Ready; 0 for never.
     int start_when_ready = 0;
-    // Keep this file written with the fixed-width results of every race; empty for none.
-    QString results_file;
+    // Keep these files written with the results of every race: fixed-width text, or the HTML
+    // page for a name ending in .htm or .html.
+    QStringList results_files;
     // End the program once every driver of a launched race has finished or left.
     bool quit_when_finished = false;
 };

@@ -111,7 +111,7 @@ int main(int argc, char** argv) {
     UnattendedOptions unattended;
     unattended.ready = options.WantsReady();
     unattended.start_when_ready = options.StartWhenReady();
-    unattended.results_file = options.ResultsFile();
+    unattended.results_files = options.ResultsFiles();
     unattended.quit_when_finished = options.WantsQuitWhenFinished();
     return RunStartUp(tarvex, options.StartCommand(), unattended);
 }
