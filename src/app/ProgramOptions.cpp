@@ -30,7 +30,11 @@ ProgramOptions::ProgramOptions()
                 QStringLiteral("file"))
     , m_quit(QStringLiteral("quit-when-finished"),
              QStringLiteral("End the program once every driver of a launched race has "
-                            "finished or left.")) {
+                            "finished or left."))
+    , m_finish_screenshot(QStringLiteral("finish-screenshot"),
+                          QStringLiteral("Save a picture of the race window to <file> once every "
+                                         "driver of a launched race has finished or left."),
+                          QStringLiteral("file")) {
     m_parser.setApplicationDescription(
         QStringLiteral("Multiplayer sessions for Duneholt Rally.\n\n"
                        "-M:A:B:C:P fills the start-up window: M is 1 to host at once, 2 to join "
@@ -46,6 +50,7 @@ ProgramOptions::ProgramOptions()
     m_parser.addOption(m_start_when_ready);
     m_parser.addOption(m_results);
     m_parser.addOption(m_quit);
+    m_parser.addOption(m_finish_screenshot);
 }
 
 int ProgramOptions::StartWhenReady() const {

@@ -27,6 +27,7 @@ public:
     int StartWhenReady() const;
     QStringList ResultsFiles() const { return m_parser.values(m_results); }
     bool WantsQuitWhenFinished() const { return m_parser.isSet(m_quit); }
+    QString FinishScreenshot() const { return m_parser.value(m_finish_screenshot); }
     // The quick-start argument, empty when there is none.
     const QString& StartCommand() const { return m_start_command; }
 
@@ -43,6 +44,7 @@ private:
     QCommandLineOption m_start_when_ready;
     QCommandLineOption m_results;
     QCommandLineOption m_quit;
+    QCommandLineOption m_finish_screenshot;
     QString m_start_command;
     QString m_program;
 };

@@ -3,8 +3,8 @@
 #include "app/Tarvex.h"
 #include "results/ResultsExport.h"
 
-#include <QLoggingCategory>
 #include <QFile>
+#include <QLoggingCategory>
 #include <QTimer>
 #include <filesystem>
 
@@ -20,11 +20,12 @@ constexpr int kEndDelayMs = 1000;
 } // namespace
 
 Unattended::Unattended(Tarvex& tarvex, UnattendedOptions options, std::function<void()> end_program,
-                       QObject* parent)
+                       std::function<void(const QString&)> save_picture, QObject* parent)
     : QObject(parent)
     , m_tarvex(tarvex)
     , m_options(std::move(options))
-    , m_end_program(std::move(end_program)) {
+    , m_end_program(std::move(end_program))
+    , m_save_picture(std::move(save_picture)) {
     // Queued throughout: these act on the session from outside, never in the middle of
     // handling one of its messages (the welcome reports Idle after its handlers have run).
     connect(&tarvex.client_side(), &ClientSide::Welcome, this, &Unattended::Seated,
@@ -78,8 +79,8 @@ void Unattended::CheckStart() {
 void Unattended::WriteResults() {
     ExportContext context;
     context.config_folder = m_tarvex.ConfigFolder();
-    context.server_name = m_tarvex.IsHost ? m_tarvex.server().SessionName()
-                                          : m_tarvex.client().GetApplicationDesc();
+    context.server_name =
+        m_tarvex.IsHost ? m_tarvex.server().SessionName() : m_tarvex.client().GetApplicationDesc();
     for (const QString& path : m_options.results_files) {
         const bool html = path.endsWith(QStringLiteral(".htm"), Qt::CaseInsensitive) ||
                           path.endsWith(QStringLiteral(".html"), Qt::CaseInsensitive);
@@ -122,16 +123,23 @@ bool Unattended::RaceOver() const {
 }
 
 void Unattended::CheckOver() {
-    if (!m_options.quit_when_finished || m_ending || !RaceOver()) {
+    if (m_over || !RaceOver()) {
         return;
     }
-    m_ending = true;
-    QTimer::singleShot(kEndDelayMs, this, [this] {
-        WriteResults();
-        if (m_end_program) {
-            m_end_program();
-        }
-    });
+    m_over = true;
+    if (!m_options.finish_screenshot.isEmpty() && m_save_picture) {
+        // The rows show the last statuses once the session's last messages are in.
+        QTimer::singleShot(kEndDelayMs / 2, this,
+                           [this] { m_save_picture(m_options.finish_screenshot); });
+    }
+    if (m_options.quit_when_finished) {
+        QTimer::singleShot(kEndDelayMs, this, [this] {
+            WriteResults();
+            if (m_end_program) {
+                m_end_program();
+            }
+        });
+    }
 }
 
 } // namespace tarvex

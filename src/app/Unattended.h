@@ -21,15 +21,18 @@ struct UnattendedOptions {
     QStringList results_files;
     // End the program once every driver of a launched race has finished or left.
     bool quit_when_finished = false;
+    // Save a picture of the race window at that moment; empty for none.
+    QString finish_screenshot;
 };
 
 class Unattended : public QObject {
     Q_OBJECT
 
 public:
-    // `end_program` closes the race window, as its user would.
+    // `end_program` closes the race window, as its user would; `save_picture` saves a picture
+    // of it into the file named.
     Unattended(Tarvex& tarvex, UnattendedOptions options, std::function<void()> end_program,
-               QObject* parent = nullptr);
+               std::function<void(const QString&)> save_picture = {}, QObject* parent = nullptr);
 
     // The newest race has been launched in this run and every one of its drivers has finished
     // or left the session.
@@ -44,8 +47,9 @@ private:
     Tarvex& m_tarvex;
     UnattendedOptions m_options;
     std::function<void()> m_end_program;
+    std::function<void(const QString&)> m_save_picture;
     bool m_seated = false;
-    bool m_ending = false;
+    bool m_over = false;
 };
 
 } // namespace tarvex

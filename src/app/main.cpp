@@ -113,5 +113,6 @@ int main(int argc, char** argv) {
     unattended.start_when_ready = options.StartWhenReady();
     unattended.results_files = options.ResultsFiles();
     unattended.quit_when_finished = options.WantsQuitWhenFinished();
+    unattended.finish_screenshot = options.FinishScreenshot();
     return RunStartUp(tarvex, options.StartCommand(), unattended);
 }
