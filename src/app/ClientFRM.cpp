@@ -81,20 +81,25 @@ void ClientFRM::OnConnectComplete(dpn::ResultCode result) {
 
 void ClientFRM::OnSessionLost() {
     // The console has said why. What the session showed of the others and of the race is gone
-    // with it, and nothing can be chosen any more.
+    // with it, and nothing can be chosen any more. The own row still says who this player was
+    // and what they chose, though the roster has already forgotten the slot.
     RaceChoices& choices = m_race->Choices();
     for (int slot = 0; slot < RowCount; ++slot) {
-        if (slot != m_own_slot) {
+        choices.pCar[slot].Deselect();
+        choices.pTrans[slot].Deselect();
+        choices.pTyre[slot].Deselect();
+        if (slot == m_own_slot) {
+            m_rows->pName[slot]->setItemText(0, m_tarvex.MyName);
+            m_rows->pName[slot]->setCurrentIndex(0);
+        } else {
             m_rows->pName[slot]->setCurrentIndex(-1);
-            choices.pCar[slot].Deselect();
-            choices.pTrans[slot].Deselect();
-            choices.pTyre[slot].Deselect();
         }
         for (QComboBox* list :
              {m_rows->pName[slot], m_rows->pCar[slot], m_rows->pTrans[slot], m_rows->pTyre[slot]}) {
             list->setEnabled(false);
         }
     }
+    choices.ShowCar(m_own_slot, m_tarvex.LocalCar());
     for (ChoiceList* list : {&choices.cmbCountry, &choices.cmbStage, &choices.cmbWeather,
                              &choices.cmbHumid, &choices.cmbWear}) {
         list->Deselect();

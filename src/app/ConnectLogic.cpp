@@ -105,7 +105,8 @@ void ConnectLogic::ServerCMD_Click() {
     bool ok = false;
     const int players = s.MaxPlayers.toInt(&ok);
     v.scrPlay = ok ? std::clamp(players, 2, 12) : 12;
-    v.txtPNUM.text = s.MaxPlayers;
+    // A hand-edited PNUM out of range shows the limit that will be used, not the stored text.
+    v.txtPNUM.text = QString::number(v.scrPlay);
     v.chkPublic = s.PublicListing == 1;
     v.ConnectCMD.enabled = true;
     v.ConnectCMD.text = QStringLiteral("Create");
@@ -181,8 +182,9 @@ void ConnectLogic::HostStart() {
     m_tarvex.IsHost = true;
     m_tarvex.LocalSlot = 0;
 
-    emit serverPreparing(v.scrPlay);
+    // The host window's rows follow the limit even when the session then fails to open.
     m_tarvex.MaxPlayerCount = static_cast<std::uint8_t>(v.scrPlay);
+    emit serverPreparing(v.txtSName.text);
     v.lblStat = QStringLiteral("Starting up...");
     emit changed();
     QCoreApplication::processEvents();

@@ -77,9 +77,9 @@ public:
 
 signals:
     void changed();
-    // Hosting is about to start: the host window must exist now, with `player_rows` rows, so
-    // that it receives the session's first events.
-    void serverPreparing(int player_rows);
+    // Hosting is about to start under `session_name`: the host window must exist now, with
+    // its rows for the chosen limit, so that it receives the session's first events.
+    void serverPreparing(const QString& session_name);
     // The session is open (or failed to open): the host window shows. The settings are saved
     // after this, so a message about them appears over the host window.
     void serverShown();

@@ -2,6 +2,10 @@
 
 #include "app/StartCommand.h"
 
+#include <QCoreApplication>
+#include <QTextStream>
+#include <cstdlib>
+
 namespace tarvex {
 
 ProgramOptions::ProgramOptions()
@@ -59,13 +63,22 @@ int ProgramOptions::StartWhenReady() const {
     return ok && count > 0 ? count : 0;
 }
 
-void ProgramOptions::Parse(QStringList arguments) {
+bool ProgramOptions::Parse(QStringList arguments) {
     // The quick-start argument goes before the parser sees it: it would read "-2:host:2005:Dave:"
     // as a bundle of one-letter options, with an "h" asking for help and a "v" for the version.
     m_start_command = TakeStartCommand(arguments);
     m_program = arguments.value(0);
-    // Options of the windowing system may remain; they are not ours to refuse.
-    m_parser.parse(arguments);
+    // The windowing system has already taken its own options out of the arguments, so what
+    // is left and unknown is a mistake worth telling rather than a window opened regardless.
+    return m_parser.parse(arguments);
+}
+
+void ProgramOptions::ShowError() {
+    QTextStream err(stderr);
+    err << QCoreApplication::applicationName() << ": " << ErrorText() << "\n\n"
+        << m_parser.helpText();
+    err.flush();
+    std::exit(2);
 }
 
 bool ProgramOptions::WantsHelp() const {

@@ -13,7 +13,9 @@ public:
     ProgramOptions();
 
     // `arguments` starts with the program's name, as QCoreApplication::arguments() does.
-    void Parse(QStringList arguments);
+    // False when an option is unknown or lacks its value; ErrorText() says which.
+    bool Parse(QStringList arguments);
+    QString ErrorText() const { return m_parser.errorText(); }
 
     bool WantsHelp() const;
     bool WantsVersion() const;
@@ -33,6 +35,8 @@ public:
 
     [[noreturn]] void ShowHelp();
     [[noreturn]] void ShowVersion() { m_parser.showVersion(); }
+    // The parse error and the usage on the error output, then the end of the program with 2.
+    [[noreturn]] void ShowError();
 
 private:
     QCommandLineParser m_parser;

@@ -48,9 +48,8 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
     connect(m_rows, &PlayerRows::KickRequested, &m_tarvex.server_side(), &ServerSide::Kick);
 }
 
-void ServerFRM::PrepareSession(int player_rows) {
-    m_player_rows = player_rows;
-    m_lblServerName->setText(QStringLiteral("Server Name: ") + m_tarvex.settings.ServerName);
+void ServerFRM::PrepareSession(const QString& session_name) {
+    m_lblServerName->setText(QStringLiteral("Server Name: ") + session_name);
     m_rows->RefreshAll();
     m_race->Load();
     m_tarvex.ApplyDataInterval();

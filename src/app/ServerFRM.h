@@ -23,8 +23,9 @@ class ServerFRM : public QWidget {
 public:
     explicit ServerFRM(Tarvex& tarvex, QWidget* parent = nullptr);
 
-    // Readies the window for a session of `player_rows` players, before it starts.
-    void PrepareSession(int player_rows);
+    // Readies the window for the session about to open: its name as the host typed it and
+    // rows for the player limit already chosen.
+    void PrepareSession(const QString& session_name);
     // Starts the public listing towards the configured endpoints.
     void StartListing();
     void DoGTimer();
@@ -53,7 +54,6 @@ private:
     QLabel* m_lblStatus = nullptr;
     QTextEdit* m_MainTXT = nullptr;
     PublicListing* m_listing;
-    int m_player_rows = 12;
 };
 
 } // namespace tarvex

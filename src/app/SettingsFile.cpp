@@ -87,7 +87,8 @@ constexpr SettingKey kKeys[] = {
     {"MAIN", "VOTE",          Byte<&S::VoteAllowed>,       "1",                 85, 44, 0},
     {"MAIN", "SAUTO",         Byte<&S::RateAuto>,          "1",                 88, 45, 0},
     {"MAIN", "SRATE",         Byte<&S::Rate>,              "25",                89, 46, 0},
-    {"MAIN", "LISTSERVER",    Text<&S::ListServer>,        nullptr,             73, 22, 22},
+    // The listing server is the host's business and has no default endpoint.
+    {"MAIN", "LISTSERVER",    Text<&S::ListServer>,        nullptr,             73, 22, 0, true},
     {"GAME", "GMODEL",        Byte<&S::GhostModel>,        nullptr,             30, 12, 12},
     {"GAME", "ITAG",          Byte<&S::ShowNameTag>,       "1",                 45, 34, 23},
     {"GAME", "IPRO",          Byte<&S::BypassProfile>,     nullptr,             44, 33, 24},
@@ -320,6 +321,9 @@ void SaveSettings(Tarvex& tarvex) {
          Ordered(tarvex.IsHost ? &SettingKey::host_save_rank : &SettingKey::client_save_rank)) {
         const QString key = QLatin1String(row->key);
         const QString value = Format(*row, tarvex.stored);
+        if (row->only_when_set && value.isEmpty()) {
+            continue;
+        }
         if (TooLong(key, value)) {
             RefuseTooLong(tarvex);
             continue;

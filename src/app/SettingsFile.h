@@ -34,6 +34,8 @@ struct SettingKey {
     int load_rank;        // position in the loading order
     int host_save_rank;   // position in a host's save, 0 = the host never writes it
     int client_save_rank; // the same for a client
+    // An empty value is not written, so the key is absent until someone sets it.
+    bool only_when_set = false;
 };
 
 std::span<const SettingKey> SettingKeys();

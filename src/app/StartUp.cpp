@@ -54,12 +54,12 @@ bool StartUp::Start(const QString& command_line) {
     return true;
 }
 
-void StartUp::PrepareServer(int player_rows) {
+void StartUp::PrepareServer(const QString& session_name) {
     if (!m_server) {
         m_server = new ServerFRM(m_tarvex);
         connect(m_server, &ServerFRM::programEnds, this, &StartUp::programEnds);
     }
-    m_server->PrepareSession(player_rows);
+    m_server->PrepareSession(session_name);
 }
 
 void StartUp::ServerStarted() {

@@ -36,7 +36,7 @@ signals:
     void programEnds();
 
 private:
-    void PrepareServer(int player_rows);
+    void PrepareServer(const QString& session_name);
     void ServerStarted();
     void PrepareClient();
     void HandOverToClient();

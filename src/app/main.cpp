@@ -80,7 +80,9 @@ int main(int argc, char** argv) {
     QCoreApplication::setApplicationVersion(QStringLiteral(TARVEX_VERSION));
 
     ProgramOptions options;
-    options.Parse(QCoreApplication::arguments());
+    if (!options.Parse(QCoreApplication::arguments())) {
+        options.ShowError();
+    }
     if (options.WantsHelp()) {
         options.ShowHelp();
     }

@@ -1,7 +1,7 @@
 #include "race/RaceParts.h"
 
 #include "app/Settings.h"
-#include "game/GameLaunch.h"
+#include "chat/Handover.h"
 #include "game/GameProcess.h"
 #include "game/RaceBlock.h"
 
@@ -17,7 +17,7 @@ constexpr std::uint32_t kPatchWordB = 0x4000F8;
 } // namespace
 
 void LaunchGame(const RaceParts& parts) {
-    OpenGameExecutable(parts.shell, parts.settings.GamePath);
+    ShellOpen(parts.shell, parts.settings.GamePath, parts.settings.GamePath);
 }
 
 void ReloadGameStage(const RaceParts& parts) {

@@ -15,28 +15,35 @@ namespace tarvex {
 namespace {
 
 const QString kCrLf = QStringLiteral("\r\n");
-const QString kRaceStart = QStringLiteral("<!-RACE START->");
-const QString kTimeStart = QStringLiteral("<!-TIME START->");
-const QString kTimeEnd = QStringLiteral("<!-TIME END->");
-const QString kRaceEnd = QStringLiteral("<!-RACE END->");
+const QByteArray kRaceStart = QByteArrayLiteral("<!-RACE START->");
+const QByteArray kTimeStart = QByteArrayLiteral("<!-TIME START->");
+const QByteArray kTimeEnd = QByteArrayLiteral("<!-TIME END->");
+const QByteArray kRaceEnd = QByteArrayLiteral("<!-RACE END->");
 
 // The template is cut the way a hand-edited one always has been: by 1-based positions where
 // a missing marker counts as position 0. A cut that makes no sense then yields an empty piece
 // rather than an error, so a template without markers still gives a (malformed) page.
-QString CutLeft(const QString& text, qsizetype count) {
-    return count < 0 ? QString() : text.left(count);
+QByteArray CutLeft(const QByteArray& text, qsizetype count) {
+    return count < 0 ? QByteArray() : text.left(count);
 }
-QString CutMid(const QString& text, qsizetype start, qsizetype count = -1) {
+QByteArray CutMid(const QByteArray& text, qsizetype start, qsizetype count = -1) {
     if (start < 1) {
         return {};
     }
     if (count < 0) {
-        return count == -1 ? text.mid(start - 1) : QString();
+        return count == -1 ? text.mid(start - 1) : QByteArray();
     }
     return text.mid(start - 1, count);
 }
-qsizetype Find(const QString& text, const QString& marker) {
+qsizetype Find(const QByteArray& text, const QByteArray& marker) {
     return text.indexOf(marker) + 1;
+}
+
+// The page keeps the encoding its template declares; the inserted values follow it, so a
+// template saved as UTF-8 gets its names in UTF-8 and the built-in one in windows-1252.
+bool DeclaresUtf8(const QByteArray& html_template) {
+    const QByteArray lower = html_template.toLower();
+    return lower.contains("charset=utf-8") || lower.contains("charset=\"utf-8\"");
 }
 
 QStringList ColumnWords() {
@@ -65,22 +72,24 @@ QString RaceHeadText(const RaceResult& race, int number) {
            StartTimeText(race.StartTime) + kCrLf + kCrLf;
 }
 
-QString FillRaceHead(QString piece, const RaceResult& race, int number) {
-    return piece.replace(QStringLiteral("[RNUM]"), QString::number(number))
-        .replace(QStringLiteral("[STAGE]"), race.StageName)
-        .replace(QStringLiteral("[WEATHER]"), race.WeatherName)
-        .replace(QStringLiteral("[DAMAGE]"), race.DamageName)
-        .replace(QStringLiteral("[PENALTIES]"), race.PenaltiesText)
-        .replace(QStringLiteral("[SETUPS]"), race.SetupsText)
-        .replace(QStringLiteral("[STARTTIME]"), StartTimeText(race.StartTime));
+using ValueBytes = QByteArray (*)(const QString&);
+
+QByteArray FillRaceHead(QByteArray piece, const RaceResult& race, int number, ValueBytes encode) {
+    return piece.replace("[RNUM]", QByteArray::number(number))
+        .replace("[STAGE]", encode(race.StageName))
+        .replace("[WEATHER]", encode(race.WeatherName))
+        .replace("[DAMAGE]", encode(race.DamageName))
+        .replace("[PENALTIES]", encode(race.PenaltiesText))
+        .replace("[SETUPS]", encode(race.SetupsText))
+        .replace("[STARTTIME]", encode(StartTimeText(race.StartTime)));
 }
 
-QString FillDriverRow(QString piece, const RaceResult& race, int slot) {
+QByteArray FillDriverRow(QByteArray piece, const RaceResult& race, int slot, ValueBytes encode) {
     const QStringList cells = DriverCells(race, slot);
     const char* const fields[] = {"[NAME]",   "[CAR]",  "[TRANS]", "[TYRE]",   "[SPLIT1]",
                                   "[SPLIT2]", "[TIME]", "[START]", "[PERCENT]"};
     for (int i = 0; i < 9; ++i) {
-        piece.replace(QLatin1String(fields[i]), cells[i]);
+        piece.replace(fields[i], encode(cells[i]));
     }
     return piece;
 }
@@ -115,44 +124,45 @@ QByteArray TextExport(const Results& results, int mode) {
     return ToAnsi(text);
 }
 
-QString HtmlExport(const Results& results, const QString& html_template,
-                   const QString& server_name) {
+QByteArray HtmlExport(const Results& results, const QByteArray& html_template,
+                      const QString& server_name) {
+    const ValueBytes encode = DeclaresUtf8(html_template)
+                              ? +[](const QString& text) { return text.toUtf8(); }
+                              : +[](const QString& text) { return ToAnsi(text); };
     const qsizetype race_start = Find(html_template, kRaceStart);
     const qsizetype time_start = Find(html_template, kTimeStart);
     const qsizetype time_end = Find(html_template, kTimeEnd);
     const qsizetype race_end = Find(html_template, kRaceEnd);
-    const QString head = CutLeft(html_template, race_start - 1);
-    const QString race_head = CutMid(html_template, race_start + kRaceStart.size(),
-                                     time_start - race_start - kRaceStart.size());
-    const QString driver_row = CutMid(html_template, time_start + kTimeStart.size(),
-                                      time_end - time_start - kTimeStart.size());
-    const QString race_tail =
+    const QByteArray head = CutLeft(html_template, race_start - 1);
+    const QByteArray race_head = CutMid(html_template, race_start + kRaceStart.size(),
+                                        time_start - race_start - kRaceStart.size());
+    const QByteArray driver_row = CutMid(html_template, time_start + kTimeStart.size(),
+                                         time_end - time_start - kTimeStart.size());
+    const QByteArray race_tail =
         CutMid(html_template, time_end + kTimeEnd.size(), race_end - time_end - kTimeEnd.size());
-    const QString foot = CutMid(html_template, race_end + kRaceEnd.size());
+    const QByteArray foot = CutMid(html_template, race_end + kRaceEnd.size());
 
-    QString document = head;
-    QString race_list;
+    QByteArray document = head;
+    QByteArray race_list;
     const int count = results.UpperBound();
     for (int number = 1; number <= count; ++number) {
         const RaceResult& race = results.Race(number);
-        QString block = QStringLiteral("<a name=%1></a>").arg(number);
-        block += FillRaceHead(race_head, race, number);
+        document += "<a name=" + QByteArray::number(number) + "></a>";
+        document += FillRaceHead(race_head, race, number, encode);
         for (const int slot : RankSlots(race)) {
             if (!race.DriverName[slot].isEmpty()) {
-                block += FillDriverRow(driver_row, race, slot);
+                document += FillDriverRow(driver_row, race, slot, encode);
             }
         }
-        block += race_tail;
-        document += block;
-        race_list += QStringLiteral("<a href=#%1>Race %2 - ")
-                         .arg(number)
-                         .arg(number, 4, 10, QLatin1Char('0')) +
-                     race.StageName + QStringLiteral("<br>");
+        document += race_tail;
+        race_list += "<a href=#" + QByteArray::number(number) + ">Race " +
+                     QByteArray::number(number).rightJustified(4, '0') + " - " +
+                     encode(race.StageName) + "<br>";
     }
     document += foot;
-    document.replace(QStringLiteral("[RACELIST]"), race_list);
-    document.replace(QStringLiteral("[SERVERNAME]"), server_name);
-    document.replace(QStringLiteral("[RACENUM]"), QString::number(count));
+    document.replace("[RACELIST]", race_list);
+    document.replace("[SERVERNAME]", encode(server_name));
+    document.replace("[RACENUM]", QByteArray::number(count));
     return document;
 }
 
@@ -172,9 +182,9 @@ QString WriteTimes(const Results& results, const QString& path, int mode,
             }
         }
         QFile file(template_path);
-        const QString html_template =
-            file.open(QIODevice::ReadOnly) ? FromAnsi(file.readAll()) : QString();
-        bytes = ToAnsi(HtmlExport(results, html_template, context.server_name));
+        const QByteArray html_template =
+            file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        bytes = HtmlExport(results, html_template, context.server_name);
     } else {
         bytes = TextExport(results, mode);
     }
@@ -195,7 +205,7 @@ QString ExportFileName(const QDateTime& now, int mode) {
 void ExportTimes(Dialogs& dialogs, const Results& results, int mode, const ExportContext& context) {
     Dialogs::FileRequest request;
     request.title = QStringLiteral("Save File As...");
-    request.filter = QStringLiteral("All Files (*.*)");
+    request.filter = QStringLiteral("All Files (*)");
     request.folder = QFileInfo(context.game_path).path();
     request.file_name = ExportFileName(context.now, mode);
     const QString path = dialogs.SaveFileName(request);

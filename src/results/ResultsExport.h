@@ -32,9 +32,10 @@ QByteArray BuiltInTemplate();
 
 // The text export (modes 1 and 2) as the file's bytes; empty for any other mode.
 QByteArray TextExport(const Results& results, int mode);
-// The HTML export: `html_template` cut at its four markers and filled for every race.
-QString HtmlExport(const Results& results, const QString& html_template,
-                   const QString& server_name);
+// The HTML export: `html_template` cut at its four markers and filled for every race. The
+// template's own bytes pass through unchanged, whatever their encoding.
+QByteArray HtmlExport(const Results& results, const QByteArray& html_template,
+                      const QString& server_name);
 
 // Writes every race into `path` in `mode`. Returns an error text, empty when the file was
 // written (or the mode writes nothing).

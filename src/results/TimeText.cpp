@@ -70,18 +70,4 @@ QByteArray ToAnsi(const QString& text) {
     return bytes;
 }
 
-QString FromAnsi(const QByteArray& bytes) {
-    QString text;
-    text.reserve(bytes.size());
-    for (const char byte : bytes) {
-        const auto code = static_cast<unsigned char>(byte);
-        if (code >= 0x80 && code < 0xA0 && kHighControls[code - 0x80] != 0) {
-            text.append(QChar(kHighControls[code - 0x80]));
-        } else {
-            text.append(QChar(code));
-        }
-    }
-    return text;
-}
-
 } // namespace tarvex

@@ -23,6 +23,5 @@ QString StartTimeText(const QDateTime& time);
 // Text files of the results are ANSI (windows-1252); a character that code page lacks
 // becomes "?".
 QByteArray ToAnsi(const QString& text);
-QString FromAnsi(const QByteArray& bytes);
 
 } // namespace tarvex

@@ -1,12 +1,14 @@
 #include "AppHarness.h"
 #include "TestRegistry.h"
+#include "app/PlayerRows.h"
 #include "net/transport/HostSession.h"
+#include "net/transport/PublicListing.h"
 
 #include <QCheckBox>
+#include <QComboBox>
 #include <QNetworkDatagram>
 #include <QScrollBar>
 #include <QTest>
-#include <QTextEdit>
 #include <QUdpSocket>
 
 using namespace tarvex;
@@ -49,46 +51,20 @@ private slots:
         QTest::addColumn<QString>("port");
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("message");
-        QTest::newRow("host, no port") << true << ""
-                                       << ""
-                                       << "Ann"
-                                       << "Invalid Address";
-        QTest::newRow("host, port 0") << true << ""
-                                      << "0"
-                                      << "Ann"
-                                      << "Invalid Address";
-        QTest::newRow("host, port too big") << true << ""
-                                            << "65536"
-                                            << "Ann"
-                                            << "Invalid Address";
-        QTest::newRow("host, port not a number") << true << ""
-                                                 << "20x5"
-                                                 << "Ann"
-                                                 << "Invalid Address";
-        QTest::newRow("host, no name") << true << ""
-                                       << "2005"
-                                       << ""
-                                       << "Invalid Name";
-        QTest::newRow("host, neither") << true << ""
-                                       << ""
-                                       << ""
-                                       << "Invalid Address";
-        QTest::newRow("client, no address") << false << ""
-                                            << "2005"
-                                            << "Bob"
-                                            << "Invalid Address";
-        QTest::newRow("client, no port") << false << "127.0.0.1"
-                                         << ""
-                                         << "Bob"
-                                         << "Invalid Address";
-        QTest::newRow("client, port not a number") << false << "127.0.0.1"
-                                                   << "port"
-                                                   << "Bob"
-                                                   << "Invalid Address";
-        QTest::newRow("client, no name") << false << "127.0.0.1"
-                                         << "2005"
-                                         << ""
-                                         << "Invalid Name";
+        const auto row = [](const char* name, bool host, const char* address, const char* port,
+                            const char* nickname, const char* message) {
+            QTest::newRow(name) << host << QString::fromLatin1(address) << QString::fromLatin1(port)
+                                << QString::fromLatin1(nickname) << QString::fromLatin1(message);
+        };
+        row("host, no port", true, "", "", "Ann", "Invalid Address");
+        row("host, port 0", true, "", "0", "Ann", "Invalid Address");
+        row("host, port too big", true, "", "65536", "Ann", "Invalid Address");
+        row("host, port not a number", true, "", "20x5", "Ann", "Invalid Address");
+        row("host, no name", true, "", "2005", "", "Invalid Name");
+        row("host, neither", true, "", "", "", "Invalid Address");
+        row("client, no address", false, "", "2005", "Bob", "Invalid Address");
+        row("client, no port", false, "127.0.0.1", "", "Bob", "Invalid Address");
+        row("client, no name", false, "127.0.0.1", "2005", "", "Invalid Name");
     }
     void validation() {
         QFETCH(bool, host);
@@ -119,8 +95,8 @@ private slots:
         QUdpSocket listing;
         QVERIFY(listing.bind(QHostAddress::LocalHost, FreeUdpPort()));
         const quint16 port = FreeUdpPort();
-        App app("PUBLIC=1\nBROADCASTPORT=" + QByteArray::number(listing.localPort()) +
-                "\nPORT=" + QByteArray::number(port) + "\nNAME=Ann\nGNAME=Dune Cup\nPNUM=7\n");
+        App app("PUBLIC=1\nBROADCASTPORT=" + QByteArray::number(listing.localPort()) + "\nPORT=" +
+                QByteArray::number(port) + "\nNAME=Ann\nGNAME=Dune Cup\nPNUM=7\nINTERVAL=90\n");
         QVERIFY(app.start_up->Start(QString()));
         app.Click("ServerCMD");
         ConnectFRM* form = app.start_up->ConnectForm();
@@ -135,6 +111,7 @@ private slots:
         app.Control<QScrollBar>("scrPlay")->setValue(2);
         QCOMPARE(app.Control<QLineEdit>("txtPNUM")->text(), QStringLiteral("2"));
         app.Type("passwordTXT", QStringLiteral("hidden-word"));
+        app.Type("txtSName", QStringLiteral("Night Cup"));
         app.Click("ConnectCMD");
 
         QCOMPARE(app.Logic().Caption(), QStringLiteral("Connected"));
@@ -147,10 +124,13 @@ private slots:
         QCOMPARE(app.tarvex->roster[0].Status, std::uint8_t(PlayerStatus::Idle));
         QTRY_COMPARE(app.tarvex->roster[0].Name, QStringLiteral("Ann"));
         QVERIFY(app.start_up->ServerForm()->isVisible());
+        QCOMPARE(app.start_up->ServerForm()->findChild<QLabel*>("lblServerName")->text(),
+                 QStringLiteral("Server Name: Night Cup"));
         QTRY_VERIFY(!app.start_up->ConnectForm());
         QCOMPARE(app.ends, 0);
         const QString ini = app.Ini();
         QVERIFY(ini.contains(QStringLiteral("PNUM=2")));
+        QVERIFY(ini.contains(QStringLiteral("GNAME=Night Cup")));
         QVERIFY(!ini.contains(QStringLiteral("hidden-word")));
 
         // The listing went out at once, to this machine only.
@@ -158,18 +138,19 @@ private slots:
         const QByteArray datagram = listing.receiveDatagram().data();
         const char head[] = {5, 2, 1, char(port & 0xFF), char(port >> 8), 0, 0};
         QCOMPARE(datagram.left(7), QByteArray(head, 7));
-        QCOMPARE(datagram.mid(7), QByteArray("\x08\x00"
-                                             "Dune Cup"
+        QCOMPARE(datagram.mid(7), QByteArray("\x09\x00"
+                                             "Night Cup"
                                              "\x03\x00"
                                              "Ann"
                                              "\x01\x01\x0A\xFF",
-                                             19));
-
-        // Console lines are shown as typed, markup included.
-        ServerFRM* server = app.start_up->ServerForm();
-        server->AddLine(QStringLiteral("<b>Bob</b>: hi"));
-        QCOMPARE(server->findChild<QTextEdit*>(QStringLiteral("MainTXT"))->toPlainText(),
-                 QStringLiteral("<b>Bob</b>: hi"));
+                                             20));
+        // Once the start signal is given, the listing says the race is on.
+        app.tarvex->flags.StartGiven = 1;
+        app.start_up->ServerForm()->Listing().gTimer_Timer();
+        QVERIFY(listing.waitForReadyRead(5000));
+        QCOMPARE(listing.receiveDatagram().data().right(3), QByteArray("\x02\x0A\xFF", 3));
+        // The host's game polling follows its own data interval.
+        QCOMPARE(app.tarvex->sndTimer().interval(), 90);
 
         // Closing the host window ends the session and the program.
         app.start_up->ServerForm()->close();
@@ -199,16 +180,28 @@ private slots:
         app.start_up->ServerForm()->close();
     }
 
+    // The port is taken: the host window stays, showing the limit that was chosen. A stored
+    // limit out of range shows as the one used.
     void hostStartFailureKeepsTheWindow() {
         HostSession squatter(nullptr);
         const quint16 port = FreeUdpPort();
         QVERIFY(squatter.InitServer(QStringLiteral("First"), 12, port, QString()));
-        App app("PORT=" + QByteArray::number(port) + "\n");
-        QVERIFY(app.start_up->Start(QStringLiteral("-1")));
+        App app("PORT=" + QByteArray::number(port) + "\nPNUM=20\n");
+        // "-3" only prepares the host role.
+        QVERIFY(app.start_up->Start(QStringLiteral("-3")));
+        QCOMPARE(app.start_up->ConnectForm()->windowTitle(), QStringLiteral("Start a Server"));
+        QVERIFY(!app.tarvex->server().IsHosting());
+        QCOMPARE(app.Control<QLineEdit>("txtPNUM")->text(), QStringLiteral("12"));
+        app.Control<QScrollBar>("scrPlay")->setValue(5);
+        app.Click("ConnectCMD");
         QCOMPARE(app.fake.dialogs->messages.size(), 1);
         QCOMPARE(app.fake.dialogs->messages[0].title, QStringLiteral("InitServer"));
         QVERIFY(app.fake.dialogs->messages[0].text.startsWith(QStringLiteral("Error 0x")));
-        QVERIFY(app.start_up->ServerForm()->isVisible());
+        ServerFRM* server = app.start_up->ServerForm();
+        QVERIFY(server->isVisible());
+        QCOMPARE(server->Rows().lblNumPlayer->text(), QStringLiteral("Player(s): 0/5"));
+        QVERIFY(server->Rows().pName[4]->isVisible());
+        QVERIFY(!server->Rows().pName[5]->isVisible());
         QCOMPARE(app.ends, 0);
     }
 };

@@ -13,28 +13,6 @@ class PlayerRowsTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void ShowsEachStatusPicture_data() {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("picture");
-        QTest::newRow("Null") << 0 << ":/status/dummygrey.png";
-        QTest::newRow("Idle") << 1 << ":/status/dummyred.png";
-        QTest::newRow("Ready") << 2 << ":/status/dummygreen.png";
-        QTest::newRow("Loading") << 3 << ":/status/dummyload.png";
-        QTest::newRow("Driving") << 4 << ":/status/dummywheel.png";
-        QTest::newRow("Finished") << 5 << ":/status/dummyfinish.png";
-    }
-    void ShowsEachStatusPicture() {
-        QFETCH(int, status);
-        QFETCH(QString, picture);
-        Roster roster;
-        roster.Occupy(3, 7, QStringLiteral("Dee"));
-        roster[3].Status = std::uint8_t(status);
-        PlayerRows rows(roster, true);
-        rows.RefreshStatus(3);
-        QCOMPARE(rows.status[3]->property("picture").toString(), picture);
-        QVERIFY(!rows.status[3]->pixmap().isNull());
-    }
-
     // Names, counts and visible rows follow the roster; a freed slot shows "Open", grey, no
     // car and no lag.
     void FollowsTheRoster() {

@@ -13,56 +13,30 @@ class ProfileFileTest : public QObject {
 private slots:
     void reading_data() {
         QTest::addColumn<QByteArray>("file");
-        QTest::addColumn<QString>("section");
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("expected");
-
-        QTest::newRow("names match without case") << QByteArray("[main]\nName=Anna\n") << "MAIN"
-                                                  << "NAME"
-                                                  << "Anna";
-        QTest::newRow("first duplicate key wins")
-            << QByteArray("[MAIN]\nNAME=first\nNAME=second\n") << "MAIN"
-            << "NAME"
-            << "first";
-        QTest::newRow("value trimmed, spaces around the name")
-            << QByteArray("[MAIN]\n  NAME  =   Anna Lee   \n") << "MAIN"
-            << "NAME"
-            << "Anna Lee";
-        QTest::newRow("enclosing quotes removed")
-            << QByteArray("[MAIN]\nNAME=\" padded \"\n") << "MAIN"
-            << "NAME"
-            << " padded ";
-        QTest::newRow("unmatched quote kept") << QByteArray("[MAIN]\nNAME=\"Anna\n") << "MAIN"
-                                              << "NAME"
-                                              << "\"Anna";
-        QTest::newRow("key of another section") << QByteArray("[GAME]\nNAME=x\n[MAIN]\n") << "MAIN"
-                                                << "NAME"
-                                                << "";
-        QTest::newRow("second section of the same name")
-            << QByteArray("[MAIN]\nA=1\n[GAME]\n[MAIN]\nNAME=late\n") << "MAIN"
-            << "NAME"
-            << "late";
-        QTest::newRow("CR LF lines") << QByteArray("[MAIN]\r\nNAME=Anna\r\n") << "MAIN"
-                                     << "NAME"
-                                     << "Anna";
-        QTest::newRow("key without equals sign") << QByteArray("[MAIN]\nNAME\n") << "MAIN"
-                                                 << "NAME"
-                                                 << "";
-        QTest::newRow("legacy code page") << QByteArray("[MAIN]\nNAME=J\xf6rg\n") << "MAIN"
-                                          << "NAME" << QString::fromUtf8("J\xc3\xb6rg");
-        QTest::newRow("garbage") << QByteArray("\x01\x02[[[==]\n\xff\xfe=\n") << "MAIN"
-                                 << "NAME"
-                                 << "";
+        QTest::addColumn<QString>("expected"); // MAIN's NAME
+        const auto row = [](const char* name, const QByteArray& file, const QString& expected) {
+            QTest::newRow(name) << file << expected;
+        };
+        row("names match without case", "[main]\nName=Anna\n", "Anna");
+        row("first duplicate key wins", "[MAIN]\nNAME=first\nNAME=second\n", "first");
+        row("value trimmed, spaces around the name", "[MAIN]\n  NAME  =   Anna Lee   \n",
+            "Anna Lee");
+        row("enclosing quotes removed", "[MAIN]\nNAME=\" padded \"\n", " padded ");
+        row("unmatched quote kept", "[MAIN]\nNAME=\"Anna\n", "\"Anna");
+        row("key of another section", "[GAME]\nNAME=x\n[MAIN]\n", "");
+        row("second section of the same name", "[MAIN]\nA=1\n[GAME]\n[MAIN]\nNAME=late\n", "late");
+        row("CR LF lines", "[MAIN]\r\nNAME=Anna\r\n", "Anna");
+        row("key without equals sign", "[MAIN]\nNAME\n", "");
+        row("legacy code page", "[MAIN]\nNAME=J\xf6rg\n", QString::fromUtf8("J\xc3\xb6rg"));
+        row("garbage", "\x01\x02[[[==]\n\xff\xfe=\n", "");
     }
 
     void reading() {
         QFETCH(QByteArray, file);
-        QFETCH(QString, section);
-        QFETCH(QString, key);
         QFETCH(QString, expected);
         test::TempFolder folder;
         folder.Write("p.ini", file);
-        QCOMPARE(ProfileFile(folder.File("p.ini")).Value(section, key), expected);
+        QCOMPARE(ProfileFile(folder.File("p.ini")).Value("MAIN", "NAME"), expected);
     }
 
     void writing_data() {

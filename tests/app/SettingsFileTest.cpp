@@ -12,66 +12,6 @@ using namespace tarvex;
 
 namespace {
 
-// Every key of a fresh start, in the order they are presented.
-const char kDefaults[] = "MAIN PNUM=12\n"
-                         "MAIN GNAME=Tarvex 3.0 Server\n"
-                         "MAIN NAME=User\n"
-                         "MAIN HOST=localhost\n"
-                         "MAIN PORT=2005\n"
-                         "MAIN BROADCASTIP=255.255.255.255\n"
-                         "MAIN BROADCASTPORT=1002\n"
-                         "MAIN CGNAME=Tarvex 3.0 Server\n"
-                         "MAIN CNAME=User\n"
-                         "MAIN CHOST=localhost\n"
-                         "MAIN CPORT=2005\n"
-                         "MAIN GPATH=\n"
-                         "MAIN PUBLIC=1\n"
-                         "MAIN JQ=1\n"
-                         "MAIN SBOX=1\n"
-                         "MAIN SPLIT=1\n"
-                         "MAIN CTIME=10\n"
-                         "MAIN DGHOST=1\n"
-                         "MAIN NAMEH=1\n"
-                         "MAIN NAMEO=8\n"
-                         "MAIN GHOSTS=0\n"
-                         "MAIN CHEAT=0\n"
-                         "MAIN INTERVAL=150\n"
-                         "MAIN COMPRESS=0\n"
-                         "MAIN CLOCK=1\n"
-                         "MAIN VOTE=1\n"
-                         "MAIN SAUTO=1\n"
-                         "MAIN SRATE=25\n"
-                         "MAIN LISTSERVER=\n"
-                         "GAME GMODEL=6\n"
-                         "GAME ITAG=1\n"
-                         "GAME IPRO=0\n"
-                         "GAME PROID=0\n"
-                         "QUICKMSG 1MSG=Good Race!\n"
-                         "QUICKMSG 2MSG=Bad Race!\n"
-                         "QUICKMSG 3MSG=Nice Pass!\n"
-                         "QUICKMSG 4MSG=:-)\n"
-                         "QUICKMSG 5MSG=:-(\n"
-                         "QUICKMSG 6MSG=Good Fun!\n"
-                         "QUICKMSG 7MSG=Weeeee!\n"
-                         "QUICKMSG 8MSG=Eat my dust!\n"
-                         "QUICKMSG 9MSG=My car is damaged!\n"
-                         "GAME COUNTRY=0\n"
-                         "GAME STAGE=0\n"
-                         "GAME STAGEID=10\n"
-                         "GAME WEATHER=0\n"
-                         "GAME 2WEATHER=0\n"
-                         "GAME HUMID=0\n"
-                         "GAME WEAR=0\n"
-                         "GAME DAMAGE=0\n"
-                         "GAME PENALTY=0\n"
-                         "GAME SETUP=0\n"
-                         "GAME CAR=0\n"
-                         "GAME TRANS=0\n"
-                         "GAME TYRE=0\n"
-                         "GAME CCAR=0\n"
-                         "GAME CTRANS=0\n"
-                         "GAME CTYRE=0\n";
-
 // A Tarvex with fake platform in its own folder, optionally with a settings file.
 struct Fixture {
     test::TempFolder folder;
@@ -101,7 +41,7 @@ struct Fixture {
     }
 };
 
-// Every saved key set to a recognisable value, so a save's effect on each key shows.
+// Every key a save may write set to a recognisable value, so a save's effect on each shows.
 QByteArray EveryKeyFile() {
     QByteArray ini = "[MAIN]\n";
     for (const char* key : {"PNUM",          "GNAME",  "NAME",  "HOST",   "PORT",  "BROADCASTIP",
@@ -127,106 +67,47 @@ class SettingsFileTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void freshStartGivesEveryDefault() {
-        Fixture f;
-        QVERIFY(!LoadSettings(f.tarvex, LoadMode::Quiet));
-        QCOMPARE(f.Printed(), QString::fromLatin1(kDefaults));
-    }
-
     void loadedValues_data() {
         QTest::addColumn<QByteArray>("ini");
         QTest::addColumn<QString>("section");
         QTest::addColumn<QString>("key");
         QTest::addColumn<QString>("expected");
-
-        QTest::newRow("old server name is upgraded")
-            << QByteArray("[MAIN]\nGNAME=Tarvex 2.1 Server") << "MAIN"
-            << "GNAME"
-            << "Tarvex 3.0 Server";
-        QTest::newRow("client's old server name too")
-            << QByteArray("[MAIN]\nCGNAME=Tarvex 2.0 Server") << "MAIN"
-            << "CGNAME"
-            << "Tarvex 3.0 Server";
-        QTest::newRow("own server name stays")
-            << QByteArray("[MAIN]\nGNAME=Tarvex 2.3 Server") << "MAIN"
-            << "GNAME"
-            << "Tarvex 2.3 Server";
-        QTest::newRow("unconvertible byte keeps its value")
-            << QByteArray("[MAIN]\nPUBLIC=abc") << "MAIN"
-            << "PUBLIC"
-            << "0";
-        QTest::newRow("empty byte takes the default") << QByteArray("[MAIN]\nPUBLIC=") << "MAIN"
-                                                      << "PUBLIC"
-                                                      << "1";
-        QTest::newRow("interval overflow keeps its value")
-            << QByteArray("[MAIN]\nINTERVAL=70000") << "MAIN"
-            << "INTERVAL"
-            << "0";
-        QTest::newRow("interval is signed") << QByteArray("[MAIN]\nINTERVAL=-20") << "MAIN"
-                                            << "INTERVAL"
-                                            << "-20";
-        QTest::newRow("byte above 255") << QByteArray("[GAME]\nCOUNTRY=256") << "GAME"
-                                        << "COUNTRY"
-                                        << "0";
-        QTest::newRow("byte at 255") << QByteArray("[GAME]\nCOUNTRY=255") << "GAME"
-                                     << "COUNTRY"
-                                     << "255";
-        QTest::newRow("negative byte") << QByteArray("[GAME]\nWEAR=-1") << "GAME"
-                                       << "WEAR"
-                                       << "0";
-        QTest::newRow("fraction rounds half to even") << QByteArray("[GAME]\nWEAR=2.5") << "GAME"
-                                                      << "WEAR"
-                                                      << "2";
-        QTest::newRow("fraction rounds up") << QByteArray("[GAME]\nWEAR=1.6") << "GAME"
-                                            << "WEAR"
-                                            << "2";
-        QTest::newRow("stored stage 0 is 10") << QByteArray("[GAME]\nSTAGEID=0") << "GAME"
-                                              << "STAGEID"
-                                              << "10";
-        QTest::newRow("stage kept") << QByteArray("[GAME]\nSTAGEID=71") << "GAME"
-                                    << "STAGEID"
-                                    << "71";
-        QTest::newRow("stored ghost model 0 is 6") << QByteArray("[GAME]\nGMODEL=0") << "GAME"
-                                                   << "GMODEL"
-                                                   << "6";
-        QTest::newRow("empty name tag is on") << QByteArray("[GAME]\nITAG=") << "GAME"
-                                              << "ITAG"
-                                              << "1";
-        QTest::newRow("name tag off") << QByteArray("[GAME]\nITAG=0") << "GAME"
-                                      << "ITAG"
-                                      << "0";
-        QTest::newRow("host and client cars apart") << QByteArray("[GAME]\nCAR=3\nCCAR=5") << "GAME"
-                                                    << "CCAR"
-                                                    << "5";
-        QTest::newRow("empty player count") << QByteArray("[MAIN]\nPNUM=") << "MAIN"
-                                            << "PNUM"
-                                            << "12";
-        QTest::newRow("player count is text") << QByteArray("[MAIN]\nPNUM=abc") << "MAIN"
-                                              << "PNUM"
-                                              << "abc";
-        QTest::newRow("only 3MSG given") << QByteArray("[QUICKMSG]\n3MSG=Go go go") << "QUICKMSG"
-                                         << "3MSG"
-                                         << "Go go go";
-        QTest::newRow("the others take theirs")
-            << QByteArray("[QUICKMSG]\n3MSG=Go go go") << "QUICKMSG"
-            << "4MSG"
-            << ":-)";
-        QTest::newRow("empty 3MSG") << QByteArray("[QUICKMSG]\n3MSG=") << "QUICKMSG"
-                                    << "3MSG"
-                                    << "Nice Pass!";
-        QTest::newRow("lower-case key and section")
-            << QByteArray("[quickmsg]\n1msg=hi") << "QUICKMSG"
-            << "1MSG"
-            << "hi";
-        QTest::newRow("text cut at 255 characters")
-            << ("[MAIN]\nNAME=" + QByteArray(300, 'n')) << "MAIN"
-            << "NAME" << QString(255, u'n');
-        QTest::newRow("listing server") << QByteArray("[MAIN]\nLISTSERVER=127.0.0.1:1004") << "MAIN"
-                                        << "LISTSERVER"
-                                        << "127.0.0.1:1004";
-        QTest::newRow("garbage file") << QByteArray("\xff\xfe\x00garbage=[=]\n[MAIN") << "MAIN"
-                                      << "PORT"
-                                      << "2005";
+        const auto row = [](const char* name, const QByteArray& ini, const char* section,
+                            const char* key, const QString& expected) {
+            QTest::newRow(name) << ini << QString::fromLatin1(section) << QString::fromLatin1(key)
+                                << expected;
+        };
+        row("old server name is upgraded", "[MAIN]\nGNAME=Tarvex 2.1 Server", "MAIN", "GNAME",
+            "Tarvex 3.0 Server");
+        row("client's old server name too", "[MAIN]\nCGNAME=Tarvex 2.0 Server", "MAIN", "CGNAME",
+            "Tarvex 3.0 Server");
+        row("own server name stays", "[MAIN]\nGNAME=Tarvex 2.3 Server", "MAIN", "GNAME",
+            "Tarvex 2.3 Server");
+        row("unconvertible byte keeps its value", "[MAIN]\nPUBLIC=abc", "MAIN", "PUBLIC", "0");
+        row("empty byte takes the default", "[MAIN]\nPUBLIC=", "MAIN", "PUBLIC", "1");
+        row("interval overflow keeps its value", "[MAIN]\nINTERVAL=70000", "MAIN", "INTERVAL", "0");
+        row("interval is signed", "[MAIN]\nINTERVAL=-20", "MAIN", "INTERVAL", "-20");
+        row("byte above 255", "[GAME]\nCOUNTRY=256", "GAME", "COUNTRY", "0");
+        row("byte at 255", "[GAME]\nCOUNTRY=255", "GAME", "COUNTRY", "255");
+        row("negative byte", "[GAME]\nWEAR=-1", "GAME", "WEAR", "0");
+        row("fraction rounds half to even", "[GAME]\nWEAR=2.5", "GAME", "WEAR", "2");
+        row("stored stage 0 is 10", "[GAME]\nSTAGEID=0", "GAME", "STAGEID", "10");
+        row("stored ghost model 0 is 6", "[GAME]\nGMODEL=0", "GAME", "GMODEL", "6");
+        row("empty name tag is on", "[GAME]\nITAG=", "GAME", "ITAG", "1");
+        row("name tag off", "[GAME]\nITAG=0", "GAME", "ITAG", "0");
+        row("host and client cars apart", "[GAME]\nCAR=3\nCCAR=5", "GAME", "CCAR", "5");
+        row("empty player count", "[MAIN]\nPNUM=", "MAIN", "PNUM", "12");
+        row("player count is text", "[MAIN]\nPNUM=abc", "MAIN", "PNUM", "abc");
+        row("only 3MSG given", "[QUICKMSG]\n3MSG=Go go go", "QUICKMSG", "3MSG", "Go go go");
+        row("the others take theirs", "[QUICKMSG]\n3MSG=Go go go", "QUICKMSG", "4MSG", ":-)");
+        row("empty 3MSG", "[QUICKMSG]\n3MSG=", "QUICKMSG", "3MSG", "Nice Pass!");
+        row("lower-case key and section", "[quickmsg]\n1msg=hi", "QUICKMSG", "1MSG", "hi");
+        row("text cut at 255 characters", "[MAIN]\nNAME=" + QByteArray(300, 'n'), "MAIN", "NAME",
+            QString(255, u'n'));
+        row("listing server", "[MAIN]\nLISTSERVER=127.0.0.1:1004", "MAIN", "LISTSERVER",
+            "127.0.0.1:1004");
+        row("garbage file", QByteArray("\xff\xfe\x00garbage=[=]\n[MAIN", 21), "MAIN", "PORT",
+            "2005");
     }
 
     void loadedValues() {
@@ -239,8 +120,9 @@ private slots:
         QCOMPARE(f.Printed(section, key), expected);
     }
 
-    // A client never writes the host's race and server keys, a host never the client's car;
-    // everything else keeps its place and foreign content survives.
+    // A client never writes the host's race and server keys, a host never the client's car,
+    // and the listing server only the host, once it is set; everything else keeps its place
+    // and foreign content survives.
     void saveWritesTheRoleKeySet_data() {
         QTest::addColumn<bool>("host");
         QTest::newRow("host") << true;
@@ -260,7 +142,8 @@ private slots:
         const QStringList client_only = {"CCAR", "CTRANS", "CTYRE"};
         for (const SettingKey& row : SettingKeys()) {
             const QString key = QLatin1String(row.key);
-            const bool untouched = host ? client_only.contains(key) : host_only.contains(key);
+            const bool untouched = key == QLatin1String("LISTSERVER") ||
+                                   (host ? client_only.contains(key) : host_only.contains(key));
             const QString value = saved.Value(QLatin1String(row.section), key);
             if (untouched) {
                 QVERIFY2(value == QLatin1String("file"), qPrintable(key));
@@ -272,11 +155,17 @@ private slots:
         QVERIFY(bytes.startsWith("; kept comment\n[MAIN]\nPNUM=\n"));
         QVERIFY(bytes.endsWith("[OTHER]\nX=1\n\n[QUICKMSG]\n1MSG=\n2MSG=\n3MSG=\n4MSG=\n5MSG=\n"
                                "6MSG=\n7MSG=\n8MSG=\n9MSG=\n"));
+
+        f.tarvex.settings.ListServer = QStringLiteral("127.0.0.1:1004");
+        SaveSettings(f.tarvex);
+        QCOMPARE(ProfileFile(SettingsFilePath(f.folder.Path())).Value("MAIN", "LISTSERVER"),
+                 host ? QStringLiteral("127.0.0.1:1004") : QStringLiteral("file"));
     }
 
+    // A fresh start saved: every default, in the save order of each role.
     void newFileHasTheSaveOrder() {
         Fixture f;
-        LoadSettings(f.tarvex, LoadMode::Quiet);
+        QVERIFY(!LoadSettings(f.tarvex, LoadMode::Quiet)); // no game, but every default
         f.tarvex.settings.PlayerName = "Anna";
         f.tarvex.race.Country = 3;
         f.tarvex.stored.client_car.Car = 7;
@@ -287,7 +176,7 @@ private slots:
                             "PORT=2005\nBROADCASTIP=255.255.255.255\nBROADCASTPORT=1002\n"
                             "CGNAME=Tarvex 3.0 Server\nCNAME=User\nCHOST=localhost\nCPORT=2005\n"
                             "GPATH=\nPUBLIC=1\nJQ=1\nSBOX=1\nSPLIT=1\nCTIME=10\nDGHOST=1\n"
-                            "NAMEH=1\nNAMEO=8\nLISTSERVER=\n\n[GAME]\nGMODEL=6\nITAG=1\nIPRO=0\n"
+                            "NAMEH=1\nNAMEO=8\n\n[GAME]\nGMODEL=6\nITAG=1\nIPRO=0\n"
                             "PROID=0\nCCAR=7\nCTRANS=0\nCTYRE=0\n\n[QUICKMSG]\n1MSG=Good Race!\n"
                             "2MSG=Bad Race!\n3MSG=Nice Pass!\n4MSG=:-)\n5MSG=:-(\n6MSG=Good Fun!\n"
                             "7MSG=Weeeee!\n8MSG=Eat my dust!\n9MSG=My car is damaged!\n"));
@@ -298,7 +187,7 @@ private slots:
         QVERIFY(bytes.contains("CTYRE=0\nCOUNTRY=3\nSTAGE=0\nWEATHER=0\n2WEATHER=0\nHUMID=0\n"
                                "WEAR=0\nCAR=0\nTRANS=0\nTYRE=0\nDAMAGE=0\nSTAGEID=10\nPENALTY=0\n"
                                "SETUP=0\n\n[QUICKMSG]"));
-        QVERIFY(bytes.contains("LISTSERVER=\nGHOSTS=0\nCHEAT=0\nINTERVAL=150\nCOMPRESS=0\n"
+        QVERIFY(bytes.contains("NAMEO=8\nGHOSTS=0\nCHEAT=0\nINTERVAL=150\nCOMPRESS=0\n"
                                "CLOCK=1\nVOTE=1\nSAUTO=1\nSRATE=25\n\n[GAME]"));
     }
 
@@ -309,6 +198,7 @@ private slots:
         Settings& s = f.tarvex.settings;
         s.ServerName = "Dunes at dusk";
         s.DataInterval = -300;
+        s.ListServer = "127.0.0.1:1004";
         s.QuickMessages[9] = QString::fromUtf8("F\xc3\xbcnf!");
         f.tarvex.race.StageId = 71;
         f.tarvex.stored.host_car.Tyre = 6;
@@ -344,6 +234,7 @@ private slots:
         QCOMPARE(ReadINI(f.tarvex, "main", "name"), QStringLiteral("Bo"));
     }
 
+    // Unlike a refused key, a file that cannot be written at all is worth telling the user.
     void unwritableFolderIsReported() {
         test::TempFolder parent;
         parent.Write("file", "x");

@@ -1,8 +1,10 @@
 #include "app/StartCommand.h"
 
+#include "TempFolder.h"
 #include "TestRegistry.h"
 #include "app/ProgramOptions.h"
 
+#include <QProcess>
 #include <QTest>
 
 using namespace tarvex;
@@ -26,8 +28,6 @@ private slots:
         QTest::newRow("empty fields") << "-3::::" << true << QStringList{"3", "", "", "", ""};
         QTest::newRow("address only")
             << "-2:host.lan" << true << QStringList{"2", "host.lan", "", "", ""};
-        QTest::newRow("address and port")
-            << "-2:host.lan:2010" << true << QStringList{"2", "host.lan", "2010", "", ""};
         QTest::newRow("three fields")
             << "-2:h:1:Zed" << true << QStringList{"2", "h", "1", "Zed", ""};
         QTest::newRow("unknown mode")
@@ -94,12 +94,33 @@ private slots:
         QFETCH(bool, version);
         QFETCH(QString, config);
         ProgramOptions options;
-        options.Parse(arguments);
+        QVERIFY(options.Parse(arguments));
         QCOMPARE(options.StartCommand(), start);
         QCOMPARE(options.WantsHelp(), help);
         QCOMPARE(options.WantsVersion(), version);
         QCOMPARE(options.ConfigFolder(), config);
         QVERIFY(!options.WantsPrintSettings());
+    }
+
+    // A mistyped option is reported with the usage, and no window opens; the windowing
+    // system's own options are not ours to refuse.
+    void unknownOptionEndsTheProgram() {
+        const test::TempFolder folder;
+        QProcess tarvex;
+        tarvex.start(QStringLiteral(TARVEX_EXE),
+                     {QStringLiteral("-platform"), QStringLiteral("offscreen"),
+                      QStringLiteral("--config"), folder.Path(), QStringLiteral("--bogus")});
+        const bool finished = tarvex.waitForFinished(20000);
+        if (!finished) {
+            tarvex.kill();
+            tarvex.waitForFinished();
+        }
+        QVERIFY(finished);
+        QCOMPARE(tarvex.exitCode(), 2);
+        const QString err = QString::fromUtf8(tarvex.readAllStandardError());
+        QVERIFY2(err.contains(QStringLiteral("Tarvex: Unknown option 'bogus'.\n\nUsage: ")),
+                 qPrintable(err));
+        QVERIFY(err.contains(QStringLiteral("--config <folder>")));
     }
 };
 

@@ -45,7 +45,7 @@ private slots:
         Player& host = session.Host();
         auto server = std::make_unique<ServerFRM>(*host);
         server->setAttribute(Qt::WA_DeleteOnClose, false);
-        server->PrepareSession(4);
+        server->PrepareSession(QStringLiteral("Friday Rally"));
 
         std::unique_ptr<ClientFRM> client;
         Player& ann = session.Join(QStringLiteral("Ann"), {}, [&](Player& player) {
@@ -55,6 +55,9 @@ private slots:
         QVERIFY(client->Welcomed());
 
         QVERIFY(Box(*server, "cmbCountry")->isEnabled());
+        QVERIFY(
+            server->findChild<QPushButton*>(QStringLiteral("Command1"))->isVisibleTo(server.get()));
+        QVERIFY(!server->findChild<QLabel*>(QStringLiteral("pWeather"))->pixmap().isNull());
         QVERIFY(server->Rows().pCar[0]->isEnabled());
         QVERIFY(!server->Rows().pCar[1]->isEnabled());
         QVERIFY(!server->Rows().pTyre[3]->isEnabled());
@@ -123,7 +126,7 @@ private slots:
         Player& host = session.Host();
         auto server = std::make_unique<ServerFRM>(*host);
         server->setAttribute(Qt::WA_DeleteOnClose, false);
-        server->PrepareSession(4);
+        server->PrepareSession(QStringLiteral("Start Rally"));
         std::unique_ptr<ClientFRM> client;
         session.Join(QStringLiteral("Ann"), {}, [&](Player& player) {
             client = std::make_unique<ClientFRM>(*player);

@@ -3,15 +3,12 @@
 #include "app/ClientFRM.h"
 #include "app/PlayerRows.h"
 #include "app/ServerFRM.h"
-#include "net/transport/PublicListing.h"
 
 #include <QComboBox>
 #include <QLabel>
-#include <QNetworkDatagram>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTextEdit>
-#include <QUdpSocket>
 #include <memory>
 
 using namespace tarvex;
@@ -40,14 +37,14 @@ private slots:
         SessionHarness session(QStringLiteral("Friday Rally"));
         QVERIFY(session.StartHost(QStringLiteral("Hostess"), 4));
         Player& host = session.Host();
-        host->settings.ServerName = QStringLiteral("Friday Rally");
         auto server = std::make_unique<ServerFRM>(*host);
         server->setAttribute(Qt::WA_DeleteOnClose, false);
-        server->PrepareSession(4);
+        server->PrepareSession(QStringLiteral("Friday Rally"));
 
         std::unique_ptr<ClientFRM> client;
         std::unique_ptr<QSignalSpy> welcomed;
         Player& ann = session.Join(QStringLiteral("Ann"), {}, [&](Player& player) {
+            player->stored.client_car = {3, 1, 0};
             client = std::make_unique<ClientFRM>(*player);
             client->setAttribute(Qt::WA_DeleteOnClose, false);
             welcomed = std::make_unique<QSignalSpy>(client.get(), &ClientFRM::welcomed);
@@ -86,7 +83,15 @@ private slots:
         QCOMPARE(server->Rows().status[1]->property("picture").toString(),
                  QStringLiteral(":/status/dummygreen.png"));
 
-        // The host kicks Ann: her window keeps its console but loses the session.
+        // The host kicks Ann: her window keeps its console and her own row but loses the
+        // session.
+        const auto own_row = [&] {
+            return QList<int>{client->Rows().pCar[1]->currentIndex(),
+                              client->Rows().pTrans[1]->currentIndex(),
+                              client->Rows().pTyre[1]->currentIndex()};
+        };
+        const QList<int> own_choice = own_row();
+        QCOMPARE(own_choice.mid(0, 2), QList<int>({3, 1}));
         QComboBox* name_list = server->Rows().pName[1];
         name_list->setCurrentIndex(1);
         emit name_list->activated(1);
@@ -101,12 +106,14 @@ private slots:
                  QStringLiteral(":/status/dummygrey.png"));
         QCOMPARE(Label(*client, "lblNumPlayer"), QString());
         QCOMPARE(Label(*client, "lblServerName"), QString());
+        // Ann's own row keeps her name and car; the host's row and the race it had set show
+        // nothing, and nothing can be chosen.
+        QCOMPARE(client->Rows().pName[1]->currentText(), QStringLiteral("Ann"));
+        QCOMPARE(own_row(), own_choice);
         QVERIFY(!client->Rows().pName[1]->isEnabled());
-        QCOMPARE(client->Rows().pName[1]->currentText(), QStringLiteral("Open"));
-        // The host's row and the race it had set show nothing, and nothing can be chosen.
+        QVERIFY(!client->Rows().pCar[1]->isEnabled());
         QCOMPARE(client->Rows().pName[0]->currentIndex(), -1);
         QCOMPARE(client->Rows().pCar[0]->currentIndex(), -1);
-        QVERIFY(!client->Rows().pCar[1]->isEnabled());
         for (const char* list : {"cmbCountry", "cmbStage", "cmbWeather", "cmbHumid", "cmbWear"}) {
             QCOMPARE(client->findChild<QComboBox*>(QLatin1String(list))->currentIndex(), -1);
         }
@@ -125,51 +132,6 @@ private slots:
         QCOMPARE(bob->flags.StartGiven, std::uint8_t(0));
         QCOMPARE(Label(*late, "lblStatus"), QStringLiteral("Status: Race in Session"));
         QVERIFY(!late->Rows().pCar[1]->isEnabled());
-    }
-
-    // The public listing tells whether the race has started: 1 before the start signal, 2 after.
-    void ListsTheSessionAsRacingOnceStarted() {
-        QUdpSocket listener;
-        QVERIFY(listener.bind(QHostAddress::LocalHost, 0));
-        SessionHarness session(QStringLiteral("Friday Rally"));
-        QVERIFY(session.StartHost(QStringLiteral("Hostess"), 4));
-        Player& host = session.Host();
-        host->settings.BroadcastPort = QString::number(listener.localPort());
-        host->settings.DataInterval = 90;
-        auto server = std::make_unique<ServerFRM>(*host);
-        server->setAttribute(Qt::WA_DeleteOnClose, false);
-        server->PrepareSession(4);
-        // The host's polling follows its own data interval.
-        QCOMPARE(host->sndTimer().interval(), 90);
-        Player& ann = session.Join(QStringLiteral("Ann"));
-        QVERIFY(ann->client_side().Welcomed());
-
-        const auto next_datagram = [&] {
-            server->Listing().gTimer_Timer();
-            QByteArray bytes;
-            if (SessionHarness::WaitFor([&] { return listener.hasPendingDatagrams(); })) {
-                bytes.resize(listener.pendingDatagramSize());
-                listener.readDatagram(bytes.data(), bytes.size());
-            }
-            return bytes;
-        };
-        server->StartListing();
-        QVERIFY(SessionHarness::WaitFor([&] { return listener.hasPendingDatagrams(); }));
-        while (listener.hasPendingDatagrams()) {
-            listener.receiveDatagram();
-        }
-
-        // Kind, limit, count; then port, two texts, password flag, racing, stage and the end mark.
-        const QByteArray before = next_datagram();
-        QVERIFY(before.size() > 6);
-        QCOMPARE(before.left(3).toHex(' '), QByteArray("05 04 02"));
-        QCOMPARE(int(before.at(before.size() - 3)), 1);
-        host->flags.StartGiven = 1;
-        const QByteArray after = next_datagram();
-        QVERIFY(after.size() > 6);
-        QCOMPARE(int(after.at(after.size() - 3)), 2);
-        QCOMPARE(int(std::uint8_t(after.back())), 255);
-        server->Listing().Stop();
     }
 };
 

@@ -152,17 +152,16 @@ private slots:
         QCOMPARE(again.form->lblNum->text(), QString());
     }
 
-    void display_times_opens_one_window() {
+    // One window per owner; once closed, the next request opens a fresh one on the newest race.
+    void display_times_reopens_after_close() {
         Results results;
         RecordTwoRaces(results);
         FakeDialogs dialogs;
         QWidget owner;
-        TimeFRM* first = TimeFRM::ShowFor(&owner, results, dialogs, {});
-        QVERIFY(first->isVisible());
-        QCOMPARE(TimeFRM::ShowFor(&owner, results, dialogs, {}), first);
-        QPointer<TimeFRM> closed = first;
+        QPointer<TimeFRM> first = TimeFRM::ShowFor(&owner, results, dialogs, {});
+        first->rScroll->setValue(1);
         first->close();
-        QTRY_VERIFY(!closed);
+        QTRY_VERIFY(!first);
         TimeFRM* second = TimeFRM::ShowFor(&owner, results, dialogs, {});
         QVERIFY(second->isVisible());
         QCOMPARE(second->lblNum->text(), QStringLiteral("Race Number: 2"));
@@ -180,14 +179,21 @@ private slots:
         QCOMPARE(actions[2]->text(), QStringLiteral("Tab Delimited"));
         QCOMPARE(actions[3]->text(), QStringLiteral("HTML Dump"));
 
-        const QString path = window.folder.File(QStringLiteral("page.htm"));
-        window.dialogs.answers << path;
-        actions[3]->trigger();
+        // Each entry writes its own form: padded columns, TAB-separated ones, the page.
+        const auto written = [&](QAction* action, const QString& name) {
+            const QString path = window.folder.File(name);
+            window.dialogs.answers << path;
+            action->trigger();
+            QFile file(path);
+            return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        };
+        QVERIFY(written(actions[1], QStringLiteral("fixed.txt"))
+                    .contains("Name                Car                 Transmission"));
+        QVERIFY(
+            written(actions[2], QStringLiteral("tabs.txt")).contains("Name\tCar\tTransmission\t"));
+        QVERIFY(written(actions[3], QStringLiteral("page.htm")).contains("Tarvex - Club"));
         QCOMPARE(window.dialogs.requests.last().file_name,
                  QStringLiteral("Times 01_02_03 - 11_08_2026.htm"));
-        QFile page(path);
-        QVERIFY(page.open(QIODevice::ReadOnly));
-        QVERIFY(page.readAll().contains("Tarvex - Club"));
     }
 };
 

@@ -138,15 +138,4 @@ void RaceSettingsPanel::ShowWeatherPicture(int index) {
     pWeather->setPixmap(QPixmap(QStringLiteral(":/weather/weather%1.png").arg(index)));
 }
 
-CarChoiceBoxes MakeCarChoiceBoxes(RaceChoices& choices, int slot, QWidget* parent) {
-    auto make_box = [&](const char* name, ChoiceList& list) {
-        auto* box = new QComboBox(parent);
-        box->setObjectName(QStringLiteral("%1_%2").arg(QLatin1String(name)).arg(slot));
-        BindComboBox(box, list);
-        return box;
-    };
-    return {make_box("pCar", choices.pCar[slot]), make_box("pTrans", choices.pTrans[slot]),
-            make_box("pTyre", choices.pTyre[slot])};
-}
-
 } // namespace tarvex

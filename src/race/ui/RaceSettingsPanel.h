@@ -44,13 +44,4 @@ private:
     RaceChoices& m_choices;
 };
 
-// The three car lists of one slot row (pCar, pTrans, pTyre), bound to the row's models. The
-// race window places them in its row layout.
-struct CarChoiceBoxes {
-    QComboBox* pCar = nullptr;
-    QComboBox* pTrans = nullptr;
-    QComboBox* pTyre = nullptr;
-};
-CarChoiceBoxes MakeCarChoiceBoxes(RaceChoices& choices, int slot, QWidget* parent);
-
 } // namespace tarvex
