@@ -55,8 +55,9 @@ Tarvex::~Tarvex() {
 }
 
 RaceParts Tarvex::RaceContext(RaceChoices& choices) {
-    return {roster,   flags,  results,   choices,           race,
-            settings, m_game, *m_reader, *m_platform.sound, *m_platform.shell};
+    // The game bridge's hooks are filled in where the bridge is wired.
+    return {roster, flags,     results,           choices,           race, settings,
+            m_game, *m_reader, *m_platform.sound, *m_platform.shell, {},   {}};
 }
 
 RaceSeat& Tarvex::seat() {

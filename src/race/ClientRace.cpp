@@ -6,23 +6,14 @@
 
 #include <QDateTime>
 #include <QTimer>
-#include <cmath>
 
 namespace tarvex {
 
 ClientRace::ClientRace(RaceParts parts, ClientSide& side, QObject* parent)
-    : QObject(parent)
-    , m_parts(std::move(parts))
-    , m_side(side)
-    , m_countdown(m_parts.sound)
-    , m_restart(new QTimer(this)) {
-    m_restart->setObjectName(QStringLiteral("tmrRestart"));
-    m_restart->setInterval(RestartDelayMs);
-    m_restart->setSingleShot(true);
+    : RaceFlow(std::move(parts), parent)
+    , m_side(side) {
     connect(m_restart, &QTimer::timeout, this, &ClientRace::tmrRestart_Timer);
-    connect(&m_countdown, &LaunchCountdown::Counted, this, &ClientRace::Changed);
     connect(&m_countdown, &LaunchCountdown::Go, this, &ClientRace::LaunchCountdownOver);
-    connect(&chkReady, &ReadyBox::Changed, this, &ClientRace::Changed);
     chkReady.SetClickHandler([this](bool ticked) { chkReady_Click(ticked); });
 
     connect(&side, &ClientSide::Welcome, this, &ClientRace::OnWelcome);
@@ -34,16 +25,9 @@ ClientRace::ClientRace(RaceParts parts, ClientSide& side, QObject* parent)
 }
 
 QString ClientRace::StatusText() const {
-    switch (m_state == State::RestartPending ? m_resume : m_state) {
-    case State::Idle:
-        return QStringLiteral("Status: Idle");
-    case State::Launching:
-        return m_countdown.Shown() > 0 ? QStringLiteral("Status: Game Launches In...") +
-                                             QString::number(m_countdown.Shown())
-                                       : QStringLiteral("Status: Game Launches In...");
-    default:
-        return QStringLiteral("Status: Race in Session");
-    }
+    // A restart changes nothing on show.
+    const State shown = m_state == State::RestartPending ? m_resume : m_state;
+    return StatusFor(shown == State::Idle, shown == State::Launching);
 }
 
 void ClientRace::Enter(State next) {
@@ -51,20 +35,8 @@ void ClientRace::Enter(State next) {
         m_resume = m_state;
     }
     m_state = next;
-    if (next != State::Launching && next != State::RestartPending) {
-        m_countdown.Cancel();
-    }
-    if (next == State::RestartPending) {
-        if (!m_restart->isActive()) {
-            m_restart->start();
-        }
-    } else {
-        m_restart->stop();
-    }
-    // Whatever the race does, the player changes nothing about it until it is over.
-    const bool idle = next == State::Idle;
-    m_parts.choices.SetRaceLocked(!idle);
-    chkReady.SetEnabled(idle && m_side.Welcomed());
+    FollowState(next == State::Launching, next == State::RestartPending, next == State::Idle,
+                m_side.Welcomed());
     emit Changed();
 }
 
@@ -123,10 +95,7 @@ void ClientRace::Stop() {
 }
 
 void ClientRace::LaunchCountdownOver() {
-    if (m_parts.ClearGameClosing) {
-        m_parts.ClearGameClosing();
-    }
-    LaunchGame(m_parts);
+    StartGame();
     if (m_state == State::Launching) {
         Enter(State::InRace);
     }
@@ -191,10 +160,6 @@ void ClientRace::SendTime(MessageType kind, float seconds) {
 
 void ClientRace::SendFalseStart() {
     m_side.SendFStart();
-}
-
-int ClientRace::RestartSecondsLeft() const {
-    return m_restart->isActive() ? int(std::ceil(m_restart->remainingTime() / 1000.0)) : 0;
 }
 
 } // namespace tarvex

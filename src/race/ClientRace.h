@@ -1,14 +1,8 @@
 #pragma once
 
-#include "game/GameStateReader.h"
-#include "race/LaunchCountdown.h"
-#include "race/RaceParts.h"
-#include "race/ReadyBox.h"
+#include "race/RaceFlow.h"
 
-#include <QObject>
 #include <QString>
-
-class QTimer;
 
 namespace tarvex {
 
@@ -18,7 +12,7 @@ struct GameDataMsg;
 // A client's side of the race: it follows the host's launch with the same countdown and starts
 // its own game when it was Ready, releases its car at the host's start signal, reloads the
 // stage when the host orders a restart, and goes back to idle when the host stops the race.
-class ClientRace : public QObject, public RaceSeat {
+class ClientRace : public RaceFlow {
     Q_OBJECT
 
 public:
@@ -29,16 +23,11 @@ public:
         InRace,         // our game has been started for the race
         RestartPending, // the host ordered a restart; the stage reloads in five seconds
     };
-    static constexpr int RestartDelayMs = 5000;
-
     ClientRace(RaceParts parts, ClientSide& side, QObject* parent = nullptr);
 
     State state() const { return m_state; }
     QString StatusText() const;
 
-    ReadyBox chkReady;
-    LaunchCountdown& Countdown() { return m_countdown; }
-    QTimer& tmrRestart() { return *m_restart; }
     bool JoinedDuringRace() const { return m_joined_during_race; }
 
     void chkReady_Click(bool ticked);
@@ -47,17 +36,11 @@ public:
     void VoteRestart();
 
     int LocalSlot() const override;
-    bool ReadyTicked() const override { return chkReady.Ticked(); }
-    void UntickReady() override { chkReady.SetTicked(false); }
     bool RaceLaunched() const override;
     bool InLaunchedRace() const override;
     void SendGameStatus(PlayerStatus status) override;
     void SendTime(MessageType kind, float seconds) override;
     void SendFalseStart() override;
-    int RestartSecondsLeft() const override;
-
-signals:
-    void Changed();
 
 private:
     void Enter(State next);
@@ -72,10 +55,7 @@ private:
     void OpenRaceRecord();
     void LaunchCountdownOver();
 
-    RaceParts m_parts;
     ClientSide& m_side;
-    LaunchCountdown m_countdown;
-    QTimer* m_restart;
     State m_state = State::Idle;
     // The state a restart returns to.
     State m_resume = State::Idle;

@@ -6,7 +6,6 @@
 
 #include <QDateTime>
 #include <QTimer>
-#include <cmath>
 
 namespace tarvex {
 
@@ -21,18 +20,13 @@ void Run(const std::function<void()>& step) {
 } // namespace
 
 HostRace::HostRace(RaceParts parts, ServerSide& side, QObject* parent)
-    : QObject(parent)
-    , m_parts(std::move(parts))
+    : RaceFlow(std::move(parts), parent)
     , m_side(side)
-    , m_countdown(m_parts.sound)
     , m_votes(side, m_parts.roster, m_parts.flags, m_parts.settings)
     , m_sync(new QTimer(this))
-    , m_restart(new QTimer(this))
     , m_start_pause(new QTimer(this)) {
     m_sync->setObjectName(QStringLiteral("SyncStartTimer"));
     m_sync->setInterval(SyncIntervalMs);
-    m_restart->setObjectName(QStringLiteral("tmrRestart"));
-    m_restart->setInterval(RestartDelayMs);
     // The pause before the start signal keeps the window and the session running, so it is a
     // timer rather than a wait.
     m_start_pause->setSingleShot(true);
@@ -40,23 +34,12 @@ HostRace::HostRace(RaceParts parts, ServerSide& side, QObject* parent)
     connect(m_sync, &QTimer::timeout, this, &HostRace::SyncStartTimer_Timer);
     connect(m_restart, &QTimer::timeout, this, &HostRace::tmrRestart_Timer);
     connect(m_start_pause, &QTimer::timeout, this, &HostRace::GiveStartSignal);
-    connect(&m_countdown, &LaunchCountdown::Counted, this, &HostRace::Changed);
     connect(&m_countdown, &LaunchCountdown::Go, this, &HostRace::LaunchCountdownOver);
-    connect(&chkReady, &ReadyBox::Changed, this, &HostRace::Changed);
     chkReady.SetClickHandler([this](bool ticked) { chkReady_Click(ticked); });
 }
 
 QString HostRace::StatusText() const {
-    switch (m_state) {
-    case State::Idle:
-        return QStringLiteral("Status: Idle");
-    case State::Launching:
-        return m_countdown.Shown() > 0 ? QStringLiteral("Status: Game Launches In...") +
-                                             QString::number(m_countdown.Shown())
-                                       : QStringLiteral("Status: Game Launches In...");
-    default:
-        return QStringLiteral("Status: Race in Session");
-    }
+    return StatusFor(m_state == State::Idle, m_state == State::Launching);
 }
 
 QString HostRace::StartCaption() const {
@@ -65,11 +48,6 @@ QString HostRace::StartCaption() const {
 
 void HostRace::Enter(State next) {
     m_state = next;
-    // The countdown runs on through a restart ordered in the middle of it: the host's game must
-    // still be started.
-    if (next != State::Launching && next != State::RestartPending) {
-        m_countdown.Cancel();
-    }
     switch (next) {
     case State::Idle:
         // A stop leaves the synchronisation alone: if it still waits, it still gives the start
@@ -89,18 +67,7 @@ void HostRace::Enter(State next) {
         m_sync->stop();
         break;
     }
-    if (next == State::RestartPending) {
-        // A second carried vote does not push the restart back.
-        if (!m_restart->isActive()) {
-            m_restart->start();
-        }
-    } else {
-        m_restart->stop();
-    }
-    // What the race runs with stays as it was launched until it is stopped.
-    const bool idle = next == State::Idle;
-    m_parts.choices.SetRaceLocked(!idle);
-    chkReady.SetEnabled(idle);
+    FollowState(next == State::Launching, next == State::RestartPending, next == State::Idle, true);
     emit Changed();
 }
 
@@ -143,8 +110,7 @@ void HostRace::Stop() {
 }
 
 void HostRace::LaunchCountdownOver() {
-    Run(m_parts.ClearGameClosing);
-    LaunchGame(m_parts);
+    StartGame();
     if (m_state == State::Launching) {
         Enter(m_parts.flags.StartGiven == 1 ? State::Racing : State::Launched);
     }
@@ -249,10 +215,6 @@ void HostRace::SendTime(MessageType kind, float seconds) {
 void HostRace::SendFalseStart() {
     m_side.SendMsg(QStringLiteral("/me False Started."));
     m_side.SendFStart();
-}
-
-int HostRace::RestartSecondsLeft() const {
-    return m_restart->isActive() ? int(std::ceil(m_restart->remainingTime() / 1000.0)) : 0;
 }
 
 } // namespace tarvex

@@ -1,12 +1,8 @@
 #pragma once
 
-#include "game/GameStateReader.h"
-#include "race/LaunchCountdown.h"
-#include "race/RaceParts.h"
-#include "race/ReadyBox.h"
+#include "race/RaceFlow.h"
 #include "race/RestartVote.h"
 
-#include <QObject>
 #include <QString>
 
 class QTimer;
@@ -18,7 +14,7 @@ class ServerSide;
 // The host's control of the race: it launches the race everywhere, counts down and starts its
 // own game when it races itself, gives the one start signal once every participant's car waits
 // at the line, stops the race, and restarts the stage when the drivers vote for it.
-class HostRace : public QObject, public RaceSeat {
+class HostRace : public RaceFlow {
     Q_OBJECT
 
 public:
@@ -31,7 +27,6 @@ public:
         Reloading,      // the stage reloaded; waiting for every car to reach the line again
     };
     static constexpr int SyncIntervalMs = 1000;
-    static constexpr int RestartDelayMs = 5000;
     static constexpr int StartPauseMs = 2000;
 
     HostRace(RaceParts parts, ServerSide& side, QObject* parent = nullptr);
@@ -41,12 +36,9 @@ public:
     QString StatusText() const;
     QString StartCaption() const;
 
-    ReadyBox chkReady;
     bool AllLoaded() const { return m_all_loaded; }
     int RestartVotes() const { return m_votes.Votes(); }
-    LaunchCountdown& Countdown() { return m_countdown; }
     QTimer& SyncStartTimer() { return *m_sync; }
-    QTimer& tmrRestart() { return *m_restart; }
 
     // "Start" launches the race, "Stop" ends it.
     void cmdStart_Click();
@@ -66,18 +58,11 @@ public:
 
     // The game tick's view of the host's own player.
     int LocalSlot() const override { return 0; }
-    bool ReadyTicked() const override { return chkReady.Ticked(); }
-    void UntickReady() override { chkReady.SetTicked(false); }
     bool RaceLaunched() const override;
     bool InLaunchedRace() const override { return RaceLaunched(); }
     void SendGameStatus(PlayerStatus status) override;
     void SendTime(MessageType kind, float seconds) override;
     void SendFalseStart() override;
-    int RestartSecondsLeft() const override;
-
-signals:
-    // The state, the status line or the Ready box changed.
-    void Changed();
 
 private:
     void Enter(State next);
@@ -86,12 +71,9 @@ private:
     void LaunchCountdownOver();
     void GiveStartSignal();
 
-    RaceParts m_parts;
     ServerSide& m_side;
-    LaunchCountdown m_countdown;
     RestartVote m_votes;
     QTimer* m_sync;
-    QTimer* m_restart;
     QTimer* m_start_pause;
     State m_state = State::Idle;
     bool m_all_loaded = false;
