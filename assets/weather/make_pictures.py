@@ -9,30 +9,13 @@ import os
 import sys
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
-from pngfile import write_png  # noqa: E402
+from pngfile import mix, paint, write_png  # noqa: E402
 
 W, H = 64, 48
 
 
-def mix(a, b, t):
-    return tuple(int(round(x + (y - x) * t)) for x, y in zip(a, b))
-
-
 def sky(top, bottom):
     return [[mix(top, bottom, y / (H - 1)) for _ in range(W)] for y in range(H)]
-
-
-def paint(img, colour, inside, samples=4):
-    # Supersampled coverage gives soft edges without an imaging library.
-    for y in range(H):
-        for x in range(W):
-            hits = sum(
-                inside(x + (i + 0.5) / samples, y + (j + 0.5) / samples)
-                for i in range(samples)
-                for j in range(samples)
-            )
-            if hits:
-                img[y][x] = mix(img[y][x], colour, hits / samples**2)
 
 
 def disc(cx, cy, r):

@@ -1,5 +1,6 @@
 #include "app/ClientFRM.h"
 
+#include "app/GhostMenu.h"
 #include "app/PlayerRows.h"
 #include "app/RaceControlsBox.h"
 #include "app/RaceStartControls.h"
@@ -31,6 +32,7 @@ ClientFRM::ClientFRM(Tarvex& tarvex, QWidget* parent)
     m_start = new RaceStartControls(m_tarvex, false, m_lblStatus, this);
     m_race->AddStartControls(m_start);
     connect(&m_race->Choices(), &RaceChoices::RaceLockChanged, this, &ClientFRM::ShowOwnRow);
+    AddGhostMenu(*this, m_tarvex.settings, m_tarvex.ghost_files());
 
     ClientSession& client = m_tarvex.client();
     connect(&client, &ClientSession::ConnectComplete, this, &ClientFRM::OnConnectComplete);

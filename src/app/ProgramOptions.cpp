@@ -38,7 +38,12 @@ ProgramOptions::ProgramOptions()
     , m_finish_screenshot(QStringLiteral("finish-screenshot"),
                           QStringLiteral("Save a picture of the race window to <file> once every "
                                          "driver of a launched race has finished or left."),
-                          QStringLiteral("file")) {
+                          QStringLiteral("file"))
+    , m_check(QStringLiteral("check-game-files"),
+              QStringLiteral("Check the game in <folder> for stock physics as a host with cheat "
+                             "protection demands, print what is wrong (or \"game files: ok\"), "
+                             "and exit."),
+              QStringLiteral("folder")) {
     m_parser.setApplicationDescription(
         QStringLiteral("Multiplayer sessions for Duneholt Rally.\n\n"
                        "-M:A:B:C:P fills the start-up window: M is 1 to host at once, 2 to join "
@@ -50,6 +55,7 @@ ProgramOptions::ProgramOptions()
     m_parser.addOption(m_print);
     m_parser.addOption(m_screenshot);
     m_parser.addOption(m_probe);
+    m_parser.addOption(m_check);
     m_parser.addOption(m_ready);
     m_parser.addOption(m_start_when_ready);
     m_parser.addOption(m_results);

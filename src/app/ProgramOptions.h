@@ -21,6 +21,8 @@ public:
     bool WantsVersion() const;
     bool WantsPrintSettings() const { return m_parser.isSet(m_print); }
     bool WantsProbeGame() const { return m_parser.isSet(m_probe); }
+    // The game folder to check, empty when not asked.
+    QString CheckGameFiles() const { return m_parser.value(m_check); }
     QString ConfigFolder() const { return m_parser.value(m_config); }
     QString Screenshot() const { return m_parser.value(m_screenshot); }
     // Unattended races: tick Ready once seated, start once N players are Ready (host), keep a
@@ -49,6 +51,7 @@ private:
     QCommandLineOption m_results;
     QCommandLineOption m_quit;
     QCommandLineOption m_finish_screenshot;
+    QCommandLineOption m_check;
     QString m_start_command;
     QString m_program;
 };

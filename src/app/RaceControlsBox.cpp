@@ -1,6 +1,7 @@
 #include "app/RaceControlsBox.h"
 
 #include "app/PlayerRows.h"
+#include "app/SettingsFRM.h"
 #include "app/Tarvex.h"
 #include "race/ui/RaceSettingsPanel.h"
 #include "results/TimeFRM.h"
@@ -9,6 +10,7 @@
 #include <QDateTime>
 #include <QHBoxLayout>
 #include <QPushButton>
+#include <QVBoxLayout>
 
 namespace tarvex {
 
@@ -29,16 +31,26 @@ RaceControlsBox::RaceControlsBox(Tarvex& tarvex, PlayerRows& rows, bool host_win
         BindComboBox(rows.pTyre[slot], choices.pTyre[slot], host_window);
     }
 
+    auto* options = new QPushButton(tr("Game Options"), this);
+    options->setObjectName(QStringLiteral("cmdGhost"));
+    connect(options, &QPushButton::clicked, this, &RaceControlsBox::cmdGhost_Click);
+    cmdGhost = options;
+
     auto* times = new QPushButton(tr("Display Times"), this);
     times->setObjectName(QStringLiteral("cmdTimes"));
     connect(times, &QPushButton::clicked, this, &RaceControlsBox::cmdTimes_Click);
     cmdTimes = times;
 
-    m_layout = new QHBoxLayout(this);
-    m_layout->setContentsMargins(0, 0, 0, 0);
-    m_layout->addWidget(panel);
-    m_layout->addStretch();
-    m_layout->addWidget(times, 0, Qt::AlignBottom);
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(panel);
+    layout->addStretch();
+    auto* buttons = new QVBoxLayout;
+    m_buttons = buttons;
+    buttons->addStretch();
+    buttons->addWidget(options);
+    buttons->addWidget(times);
+    layout->addLayout(buttons);
 }
 
 void RaceControlsBox::Load() {
@@ -52,7 +64,14 @@ void RaceControlsBox::Load() {
 }
 
 void RaceControlsBox::AddStartControls(QWidget* controls) {
-    m_layout->insertWidget(m_layout->count() - 1, controls, 0, Qt::AlignBottom);
+    // Below the stretch, above "Game Options".
+    m_buttons->insertWidget(1, controls);
+}
+
+void RaceControlsBox::cmdGhost_Click() {
+    SettingsFRM* form = SettingsFRM::ShowFor(m_window, m_tarvex);
+    connect(form, &SettingsFRM::closed, this, &RaceControlsBox::subWindowClosed,
+            Qt::UniqueConnection);
 }
 
 void RaceControlsBox::cmdTimes_Click() {
@@ -69,6 +88,9 @@ void RaceControlsBox::cmdTimes_Click() {
     };
     hooks.is_game_running = [&tarvex] {
         return tarvex.game().IsGameRunning();
+    };
+    hooks.closed = [this] {
+        emit subWindowClosed();
     };
     if (tarvex.platform().dialogs) {
         TimeFRM::ShowFor(m_window, tarvex.results, *tarvex.platform().dialogs, std::move(hooks));

@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-class QHBoxLayout;
+class QVBoxLayout;
 
 namespace tarvex {
 
@@ -12,7 +12,8 @@ class Tarvex;
 
 // The race part of a race window: the race-setting controls of the role played (editable on
 // the host, following the host on a client), the car lists of the player rows bound to them,
-// and "Display Times", which opens the results window.
+// "Game Options", which opens the settings dialog, and "Display Times", which opens the results
+// window.
 class RaceControlsBox : public QWidget {
     Q_OBJECT
 
@@ -27,16 +28,22 @@ public:
     // Places the window's Ready box and start button beside "Display Times".
     void AddStartControls(QWidget* controls);
 
+    QWidget* cmdGhost = nullptr;
     QWidget* cmdTimes = nullptr;
 
+signals:
+    // A window opened from here has closed: the player goes on typing in the race window.
+    void subWindowClosed();
+
 private:
+    void cmdGhost_Click();
     void cmdTimes_Click();
 
     Tarvex& m_tarvex;
     RaceChoices& m_choices;
     bool m_host_window;
     QWidget* m_window;
-    QHBoxLayout* m_layout;
+    QVBoxLayout* m_buttons = nullptr;
 };
 
 } // namespace tarvex

@@ -1,6 +1,7 @@
 #include "app/RaceWindowLayout.h"
 
 #include "app/ConsoleView.h"
+#include "app/RaceControlsBox.h"
 
 #include <QLabel>
 #include <QTextEdit>
@@ -9,7 +10,7 @@
 namespace tarvex {
 
 RaceWindowLayout LayOutRaceWindow(QWidget& window, const QString& object_name, const QString& title,
-                                  QWidget& race, QWidget& rows, ChatConsole& console) {
+                                  RaceControlsBox& race, QWidget& rows, ChatConsole& console) {
     window.setObjectName(object_name);
     window.setAttribute(Qt::WA_DeleteOnClose);
     window.setWindowTitle(title);
@@ -29,6 +30,12 @@ RaceWindowLayout LayOutRaceWindow(QWidget& window, const QString& object_name, c
     layout->addWidget(&rows);
     layout->addWidget(parts.MainTXT);
     FollowConsole(console, parts.MainTXT);
+    // Back from the game options or the results, the player goes on where they type.
+    QObject::connect(&race, &RaceControlsBox::subWindowClosed, parts.MainTXT,
+                     [&window, MainTXT = parts.MainTXT] {
+                         window.activateWindow();
+                         MainTXT->setFocus();
+                     });
     return parts;
 }
 

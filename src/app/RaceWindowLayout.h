@@ -9,6 +9,7 @@ class QWidget;
 namespace tarvex {
 
 class ChatConsole;
+class RaceControlsBox;
 
 // What the host's and the client's windows have alike, top to bottom: the server-name and
 // status labels, the race controls, the player rows, and the console.
@@ -19,6 +20,6 @@ struct RaceWindowLayout {
 };
 
 RaceWindowLayout LayOutRaceWindow(QWidget& window, const QString& object_name, const QString& title,
-                                  QWidget& race, QWidget& rows, ChatConsole& console);
+                                  RaceControlsBox& race, QWidget& rows, ChatConsole& console);
 
 } // namespace tarvex

@@ -1,5 +1,6 @@
 #include "app/ServerFRM.h"
 
+#include "app/GhostMenu.h"
 #include "app/PlayerRows.h"
 #include "app/RaceControlsBox.h"
 #include "app/RaceStartControls.h"
@@ -27,6 +28,7 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
     m_MainTXT = parts.MainTXT;
     m_start = new RaceStartControls(m_tarvex, true, m_lblStatus, this);
     m_race->AddStartControls(m_start);
+    AddGhostMenu(*this, m_tarvex.settings, m_tarvex.ghost_files());
 
     m_listing = new PublicListing(
         [this] {

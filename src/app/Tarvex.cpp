@@ -1,5 +1,6 @@
 #include "app/Tarvex.h"
 
+#include "fairplay/PhysicsCheck.h"
 #include "race/GameData.h"
 #include "race/RaceLink.h"
 
@@ -13,6 +14,7 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
     , client_race(RaceChoices::Form::Client, race, stored.client_car, SystemRandom())
     , m_platform(std::move(platform))
     , m_config_folder(std::move(config_folder))
+    , m_bridge(new GameBridge(m_platform, m_game, stored, IsHost, m_ghost_files, this))
     , m_server(new HostSession(m_platform.dialogs, this))
     , m_client(new ClientSession(m_platform.dialogs, this))
     , m_server_side(
@@ -34,6 +36,7 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
     });
     connect(m_client_side, &ClientSide::Welcome, this, &Tarvex::BeginRaceLoop);
     connect(m_reader, &GameStateReader::SystemLine, &console, &ChatConsole::DisplayText);
+    WireRaceLoop();
     // Connected after the race link, which has stored the received interval by then.
     connect(m_client_side, &ClientSide::GameDataReceived, this, &Tarvex::ApplyDataInterval);
     connect(m_server_side, &ServerSide::ChatLine, &console, &ChatConsole::DisplayMsg);
@@ -54,8 +57,51 @@ Tarvex::~Tarvex() {
     }
 }
 
+namespace {
+
+// A failed physics check unticks the race window's Ready box, as a click would.
+class ReadyBoxWindow final : public FairPlayWindow {
+public:
+    explicit ReadyBoxWindow(Tarvex& tarvex)
+        : m_tarvex(tarvex) {}
+    void UntickReady() override { m_tarvex.chkReady().SetTicked(false); }
+
+private:
+    Tarvex& m_tarvex;
+};
+
+} // namespace
+
+void Tarvex::WireRaceLoop() {
+    GameTickSteps& steps = m_reader->Steps();
+    steps.CheckPhysicsArchive = [this] {
+        if (m_platform.dialogs) {
+            ReadyBoxWindow window(*this);
+            CheckPhysicsArchive(settings.CheatProtection == 1, m_game, *m_platform.dialogs, window);
+        }
+    };
+    steps.ApplyGamePatches = [this] {
+        m_bridge->ApplyGamePatches(m_hook);
+    };
+    steps.CloseGame = [this] {
+        m_bridge->CloseGame();
+    };
+    steps.PollMenuFlags = [this] {
+        m_bridge->PollMenuFlags();
+    };
+    connect(m_bridge, &GameBridge::LoadingReached, this,
+            [this] { seat().SendGameStatus(PlayerStatus::Loading); });
+    connect(m_bridge, &GameBridge::VoteRestartChosen, this, [this] {
+        if (IsHost) {
+            m_host_control->VoteRestart();
+        } else {
+            m_client_flow->VoteRestart();
+        }
+    });
+}
+
 RaceParts Tarvex::RaceContext(RaceChoices& choices) {
-    // The game bridge's hooks are filled in where the bridge is wired.
+    // The game is started by race control; the bridge must know it is no longer closing.
     return {roster, flags,     results,           choices,           race, settings,
             m_game, *m_reader, *m_platform.sound, *m_platform.shell, {},   {}};
 }
@@ -73,6 +119,7 @@ void Tarvex::BeginRaceLoop() {
     ApplyDataInterval();
     if (!m_reader->sndTimer().isActive()) {
         m_reader->Start();
+        m_bridge->mnuTimer().start();
     }
 }
 

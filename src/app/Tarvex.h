@@ -2,8 +2,10 @@
 
 #include "app/Settings.h"
 #include "chat/ChatConsole.h"
+#include "game/GameBridge.h"
 #include "game/GameProcess.h"
 #include "game/GameStateReader.h"
+#include "ghost/GhostFiles.h"
 #include "net/ClientSide.h"
 #include "net/Roster.h"
 #include "net/ServerSide.h"
@@ -67,6 +69,10 @@ public:
 
     // The running game as this copy reaches it.
     GameProcess& game() { return m_game; }
+    // The ghost car files and model slot of this copy's game.
+    GhostFiles& ghost_files() { return m_ghost_files; }
+    // What this copy writes into its game: set-up, patches, menu automation (mnuTimer).
+    GameBridge& bridge() { return *m_bridge; }
 
     // The races of this session (every copy keeps its own table).
     Results results;
@@ -103,10 +109,14 @@ public:
 
 private:
     RaceParts RaceContext(RaceChoices& choices);
+    // Connects the game tick and race control to the game bridge's pieces.
+    void WireRaceLoop();
 
     Platform m_platform;
     QString m_config_folder;
     GameProcess m_game{m_platform};
+    GhostFiles m_ghost_files{m_game, settings};
+    GameBridge* m_bridge;
     HostSession* m_server;
     ClientSession* m_client;
     ServerSide* m_server_side;

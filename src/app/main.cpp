@@ -3,6 +3,7 @@
 #include "app/SettingsFile.h"
 #include "app/StartUp.h"
 #include "app/Tarvex.h"
+#include "fairplay/PhysicsCheck.h"
 #include "game/ProbeGame.h"
 
 #include <QApplication>
@@ -24,9 +25,12 @@ using namespace tarvex;
 // Options that only print something: they must work without a display.
 bool WantsConsoleOnly(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
-        for (const char* option : {"--print-settings", "--probe-game", "--help", "-h", "--help-all",
-                                   "--version", "-v"}) {
-            if (std::strcmp(argv[i], option) == 0) {
+        for (const char* option : {"--print-settings", "--probe-game", "--check-game-files",
+                                   "--help", "-h", "--help-all", "--version", "-v"}) {
+            const std::size_t length = std::strlen(option);
+            // "--check-game-files=FOLDER" counts as well as the option and its value apart.
+            if (std::strncmp(argv[i], option, length) == 0 &&
+                (argv[i][length] == '\0' || argv[i][length] == '=')) {
                 return true;
             }
         }
@@ -88,6 +92,11 @@ int main(int argc, char** argv) {
     }
     if (options.WantsVersion()) {
         options.ShowVersion();
+    }
+
+    if (!options.CheckGameFiles().isEmpty()) {
+        QTextStream out(stdout);
+        return CheckGameFiles(out, options.CheckGameFiles());
     }
 
     const QString folder = ProgramFolder(options.ConfigFolder(), PortableFolder());

@@ -94,6 +94,11 @@ std::int32_t GameProcess::ReadGameLong(std::uint32_t address) {
     return m_long;
 }
 
+std::uint32_t GameProcess::ReadGamePointer(std::uint32_t address) {
+    const std::int32_t value = ReadGameLong(address);
+    return m_last_result != 0 ? std::uint32_t(value) : 0;
+}
+
 float GameProcess::ReadGameSingle(std::uint32_t address) {
     float value = 0.0f;
     if (Read(address, &value, sizeof value)) {

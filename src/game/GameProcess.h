@@ -41,6 +41,9 @@ public:
     std::uint8_t ReadGameByte(std::uint32_t address);
     std::int32_t ReadGameLong(std::uint32_t address);
     float ReadGameSingle(std::uint32_t address);
+    // A 32-bit address stored in the game; 0 when the read fails, so that a chain of pointers
+    // never goes on from a stale value.
+    std::uint32_t ReadGamePointer(std::uint32_t address);
     // Several singles in one access (the car pose's seven values). When the access fails every
     // value is the last single read, as seven failed single reads would give.
     void ReadGameSingles(std::span<const std::uint32_t> addresses, std::span<float> values);

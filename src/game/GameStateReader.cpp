@@ -1,6 +1,8 @@
 #include "game/GameStateReader.h"
 
 #include "app/Settings.h"
+#include "game/GameMap.h"
+#include "game/GameText.h"
 #include "game/InfoText.h"
 #include "game/RaceBlock.h"
 #include "net/SessionFlags.h"
@@ -19,25 +21,14 @@ namespace {
 // While the game is gone, its intro video must not stand in the way of the next start.
 const QString kVideoWindowClass = QStringLiteral("DHRVideoPlayerDS");
 
+namespace rb = gamemap::raceblock;
+
 // The fields of the race block one polling tick reads, in one access.
 enum Field { Distance, Time, PreStart, Countdown, FalseStarts, Splits, Split1, Split2, Finish };
 constexpr std::array<std::uint32_t, 9> kFieldOffsets{
-    race_block::DistanceDriven, race_block::RaceTime,        race_block::PreStartClock,
-    race_block::StartCountdown, race_block::FalseStartCount, race_block::SplitsPassed,
-    race_block::Split1Time,     race_block::Split2Time,      race_block::FinishFlag};
-
-// Text for the game: every character widened to 16 bits, then a 16-bit terminator.
-QString Widened(const QString& text) {
-    QString wide;
-    wide.reserve(text.size() * 2 + 2);
-    for (const QChar c : text) {
-        wide += c.unicode() <= 0xFF ? c : QChar(u'?');
-        wide += QChar(0);
-    }
-    wide += QChar(0);
-    wide += QChar(0);
-    return wide;
-}
+    rb::kDistanceDriven, rb::kRaceTime,        rb::kPreStartClock,
+    rb::kStartCountdown, rb::kFalseStartCount, rb::kSplitsPassed,
+    rb::kSplit1Time,     rb::kSplit2Time,      rb::kFinishFlag};
 
 } // namespace
 
@@ -89,7 +80,7 @@ float GameStateReader::GetStageDistance() {
         return float(GetStageLength());
     }
     const std::uint32_t block = GetRaceBlock();
-    return block == 0 ? 0.0f : m_game.ReadGameSingle(block + race_block::DistanceDriven);
+    return block == 0 ? 0.0f : m_game.ReadGameSingle(block + rb::kDistanceDriven);
 }
 
 std::uint8_t GameStateReader::GetProgressPercent() {
@@ -233,7 +224,7 @@ void GameStateReader::DeriveRaceEvents() {
     }
 
     if (m_flags.StartGiven == 0 && m_in_stage == 1) {
-        m_game.WriteGameSingle(block + race_block::StartCountdown, CountdownHeld);
+        m_game.WriteGameSingle(block + rb::kStartCountdown, CountdownHeld);
     }
     Run(m_steps.PollMenuFlags);
 }
@@ -248,7 +239,7 @@ void GameStateReader::ReleaseStart() {
         return;
     }
     if (const std::uint32_t block = GetRaceBlock()) {
-        m_game.WriteGameSingle(block + race_block::StartCountdown, CountdownHeld);
+        m_game.WriteGameSingle(block + rb::kStartCountdown, CountdownHeld);
     }
 }
 
@@ -276,12 +267,12 @@ void GameStateReader::ShowInfoText() {
     if (block == 0) {
         return;
     }
-    if (const std::uint32_t buffer = InfoTextBuffer(m_build)) {
-        m_game.WriteGameLong(block + race_block::InfoTextB, std::int32_t(buffer));
-        m_game.WriteGameLong(block + race_block::InfoTextA, std::int32_t(buffer));
-        m_game.WriteGameString(buffer, Widened(m_info_text));
+    if (const std::uint32_t buffer = gamemap::InfoTextBuffer(m_build)) {
+        m_game.WriteGameLong(block + rb::kInfoTextB, std::int32_t(buffer));
+        m_game.WriteGameLong(block + rb::kInfoTextA, std::int32_t(buffer));
+        WriteGameText(m_game, buffer, m_info_text);
     }
-    m_game.WriteGameSingle(block + race_block::InfoBoxTime,
+    m_game.WriteGameSingle(block + rb::kInfoBoxTime,
                            m_settings.ShowAheadBehind == 1 ? 99.0f : 0.0f);
 }
 

@@ -2,6 +2,7 @@
 
 #include "app/Settings.h"
 #include "chat/Handover.h"
+#include "game/GameMap.h"
 #include "game/GameProcess.h"
 #include "game/RaceBlock.h"
 
@@ -25,7 +26,7 @@ void ReloadGameStage(const RaceParts& parts) {
     game.FindGame();
     const GameBuild build = CurrentBuild(game);
     if (const std::uint32_t block = GetRaceBlock(game, build)) {
-        game.WriteGameLong(block + race_block::MenuState, 1);
+        game.WriteGameLong(block + gamemap::kMenuState, 1);
     }
     game.WriteGameLong(kPatchWordA, 0);
     game.WriteGameLong(kPatchWordB, 0);

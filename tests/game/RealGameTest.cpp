@@ -1,10 +1,13 @@
+#include "RaceReadySettings.h"
 #include "TempFolder.h"
 #include "TestRegistry.h"
 #include "XProgram.h"
 #include "XvfbServer.h"
 #include "chat/Handover.h"
+#include "game/GameBridge.h"
 #include "game/GameProcess.h"
 #include "game/ProbeGame.h"
+#include "ghost/GhostFiles.h"
 #include "platform/Platform.h"
 #include "platform/linux/MonotonicClock.h"
 #include "platform/linux/ProcfsProcessMemory.h"
@@ -14,6 +17,7 @@
 #include "platform/qt/QtShell.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -47,6 +51,8 @@ public:
         environment.insert(QStringLiteral("DISPLAY"), display);
         m_process.setProcessEnvironment(environment);
         m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        // Its own folder as working folder, as Tarvex starts it.
+        m_process.setWorkingDirectory(QFileInfo(executable).path());
         QStringList all = arguments;
         if (!status_file.isEmpty()) {
             all << QStringLiteral("--status") << status_file;
@@ -340,6 +346,58 @@ private slots:
         QCOMPARE(game_there.GetGameBuild(), 4);
         QCOMPARE(game_here.ProcessId(), mine.Pid());
         QCOMPARE(game_there.ProcessId(), theirs.Pid());
+    }
+
+    void bridgeBringsTheGameToTheStartLine_data() {
+        QTest::addColumn<int>("build");
+        QTest::newRow("build 3") << 3;
+        QTest::newRow("build 4") << 4;
+    }
+
+    // A race's preparation on a real game: the patches with the ghost car and the hook, then the
+    // menu automation on its own timer, onto the start line of the session's stage.
+    void bridgeBringsTheGameToTheStartLine() {
+        QFETCH(int, build);
+        const Platform platform = PlatformOn(m_display);
+        GameProcess game(platform);
+        StoredSettings stored = test::RaceReadySettings();
+        Settings& settings = stored.settings;
+        stored.race.StageId = 41;
+        stored.race.WeatherPresetName = QStringLiteral("41M_crisp_clear");
+        stored.race.Humidity = 1;
+        stored.race.TyreWear = 2;
+        stored.race.Damage = 3;
+        stored.host_car = {2, 1, 1}; // MG ZR Super 1600, manual, tarmac intermediate
+        const bool is_host = true;
+        GhostFiles ghost(game, settings);
+        GameBridge bridge(platform, game, stored, is_host, ghost);
+
+        const QString status = m_folder->File(QStringLiteral("bridge.json"));
+        RunningGame running(m_executable, m_display,
+                            {QStringLiteral("--build"), QString::number(build)}, status);
+        QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
+        game.FindGame();
+        QTRY_VERIFY(game.IsGameForeground());
+        int clicks = 0;
+        const WindowHandle hook = platform.desktop->CreateHookButton([&] { ++clicks; });
+        bridge.mnuTimer().start();
+        QVERIFY(bridge.ApplyGamePatches(hook));
+        QTRY_VERIFY_WITH_TIMEOUT(LastStatus(status).value("in_stage").toBool(), 30000);
+        bridge.mnuTimer().stop();
+
+        const QJsonObject s = LastStatus(status);
+        QCOMPARE(s.value("stage_id").toInt(), 41);
+        QCOMPARE(s.value("car_name").toString(), QStringLiteral("MG ZR Super 1600"));
+        QCOMPARE(s.value("transmission").toInt(), 0);
+        QCOMPARE(s.value("tyre").toInt(), 1);
+        QCOMPARE(s.value("weather").toString(), QStringLiteral("41M_crisp_clear"));
+        QCOMPARE(s.value("humidity").toInt(), 1);
+        QCOMPARE(s.value("wear").toInt(), 2);
+        QCOMPARE(s.value("damage").toInt(), 3);
+        QCOMPARE(s.value("profile").toInt(), 1);
+        QVERIFY(s.value("ghosts_loaded").toBool());
+        QVERIFY(clicks > 0);
+        platform.desktop->DestroyHookButton(hook);
     }
 
 private:

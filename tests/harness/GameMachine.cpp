@@ -1,5 +1,6 @@
 #include "GameMachine.h"
 
+#include "GameMemory.h"
 #include "PhysicsArchive.h"
 
 #include <QDir>
@@ -20,7 +21,10 @@ GameMachine::GameMachine(std::shared_ptr<FakeDesktop> desktop, std::uint32_t fir
     : m_desktop(std::move(desktop))
     , m_folder(std::move(game_folder))
     , m_options(std::move(options))
-    , m_next_pid(first_pid) {
+    , m_next_pid(first_pid)
+    , m_process_memory(std::make_shared<GameMemory>(
+          [this](std::uint32_t pid) { return m_game && pid == m_pid ? m_memory.get() : nullptr; },
+          [this] { return GamePath(); }, [this] { EndGame(); })) {
     m_frames.setInterval(kFrameMs);
     m_frames.setTimerType(Qt::PreciseTimer);
     connect(&m_frames, &QTimer::timeout, this, &GameMachine::Frame);
@@ -88,36 +92,6 @@ void GameMachine::Frame() {
     if (m_game && after_frame) {
         after_frame(*this);
     }
-}
-
-bool GameMachine::Read(std::uint32_t pid, std::uint32_t address, void* buffer, std::size_t size) {
-    return m_game && pid == m_pid && m_memory->Read(address, buffer, size);
-}
-
-bool GameMachine::ReadGroup(std::uint32_t pid, std::span<const MemoryRegion> regions) {
-    for (const MemoryRegion& region : regions) {
-        if (!Read(pid, region.address, region.buffer, region.size)) {
-            return false;
-        }
-    }
-    return true;
-}
-
-bool GameMachine::Write(std::uint32_t pid, std::uint32_t address, const void* data,
-                        std::size_t size) {
-    return m_game && pid == m_pid && m_memory->Write(address, data, size);
-}
-
-QString GameMachine::ExecutablePath(std::uint32_t pid) {
-    return m_game && pid == m_pid ? GamePath() : QString();
-}
-
-bool GameMachine::Terminate(std::uint32_t pid) {
-    if (!m_game || pid != m_pid) {
-        return false;
-    }
-    EndGame();
-    return true;
 }
 
 bool GameMachine::Open(const QString& target, const QString&) {

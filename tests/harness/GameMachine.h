@@ -19,7 +19,7 @@ namespace tarvex::test {
 // real game: the game window on the player's desktop, the game's memory behind ProcessMemory,
 // and the game started by opening its executable through the shell. Keys sent while the game
 // window is in front reach the game; its hook clicks reach the button they are addressed to.
-class GameMachine : public QObject, public ProcessMemory, public Shell {
+class GameMachine : public QObject, public Shell {
     Q_OBJECT
 
 public:
@@ -52,13 +52,9 @@ public:
     // Runs after every frame of a running game.
     std::function<void(GameMachine&)> after_frame;
 
-    // ProcessMemory
-    bool Read(std::uint32_t pid, std::uint32_t address, void* buffer, std::size_t size) override;
-    bool ReadGroup(std::uint32_t pid, std::span<const MemoryRegion> regions) override;
-    bool Write(std::uint32_t pid, std::uint32_t address, const void* data,
-               std::size_t size) override;
-    QString ExecutablePath(std::uint32_t pid) override;
-    bool Terminate(std::uint32_t pid) override;
+    // The game's memory as Tarvex reaches it, by the process id of the game run.
+    std::shared_ptr<ProcessMemory> ProcessMemoryOf() const { return m_process_memory; }
+
     // Shell
     bool Open(const QString& target, const QString& working_folder) override;
 
@@ -70,6 +66,7 @@ private:
     QString m_folder;
     sim::Options m_options;
     std::unique_ptr<sim::AddressSpace> m_memory;
+    std::shared_ptr<ProcessMemory> m_process_memory;
     std::unique_ptr<sim::Game> m_game;
     std::uint32_t m_next_pid;
     std::uint32_t m_pid = 0;

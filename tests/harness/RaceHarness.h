@@ -3,10 +3,7 @@
 #include "GameMachine.h"
 #include "SessionHarness.h"
 
-#include <QObject>
 #include <QString>
-#include <map>
-#include <memory>
 #include <vector>
 
 namespace tarvex::test {
@@ -17,6 +14,8 @@ struct Driver {
     double pace = 1.0;
     std::uint32_t seed = 1;
     bool false_start = false;
+    // Chooses "Vote Restart" in the game's menu after the finish.
+    bool vote = false;
 };
 
 // A host and its clients in one process, each with a stand-in game on a machine of its own,
@@ -52,8 +51,6 @@ private:
     void PreparePlatform(Player& player, Platform& platform);
     void WireGame(Player& player);
 
-    // Destroyed before the session: they drive its players' games.
-    std::map<const Player*, std::unique_ptr<QObject>> m_drivers;
     double m_time_scale;
     std::uint32_t m_next_pid = 5000;
     Driver m_pending;
