@@ -45,6 +45,18 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
             [this] { m_server_side->SendGameData(CurrentGameData()); });
     connect(m_client_side, &ClientSide::ChatLine, &console, &ChatConsole::DisplayMsg);
     connect(m_client_side, &ClientSide::SystemLine, &console, &ChatConsole::DisplayText);
+    m_ghosts.SetGameClosing([this] { return m_bridge->GameClosing(); });
+    m_ghosts.SetSender([this](const CarStateMsg& state) {
+        if (IsHost) {
+            m_server_side->SendCarState(state);
+        } else {
+            m_client_side->SendCarState(state);
+        }
+    });
+    connect(m_server_side, &ServerSide::CarStateReceived, this,
+            [this](const CarStateMsg& state) { m_ghosts.ReceiveCarState(state); });
+    connect(m_client_side, &ClientSide::CarStateReceived, this,
+            [this](const CarStateMsg& state) { m_ghosts.ReceiveCarState(state); });
     m_client_side->SetOwnCar([this] {
         const CarSelection& car = LocalCar();
         return RowCar{car.Car, car.Transmission, car.Tyre};
