@@ -86,6 +86,17 @@ private:
 
 void Tarvex::WireRaceLoop() {
     GameTickSteps& steps = m_reader->Steps();
+    // Our car goes out with the distance and percent the tick works out: the stage length and
+    // 100 once the finish has been reported, so the others see us standing on the line.
+    steps.SendCarState = [this] {
+        m_ghosts.SendCarState(m_reader->GetStageDistance(), m_reader->GetProgressPercent());
+    };
+    steps.GhostTick = [this] {
+        m_ghosts.GhostTick();
+    };
+    steps.ClearGhostsReady = [this] {
+        m_ghosts.ClearGhostsReady();
+    };
     steps.CheckPhysicsArchive = [this] {
         if (m_platform.dialogs) {
             ReadyBoxWindow window(*this);
@@ -113,9 +124,22 @@ void Tarvex::WireRaceLoop() {
 }
 
 RaceParts Tarvex::RaceContext(RaceChoices& choices) {
-    // The game is started by race control; the bridge must know it is no longer closing.
-    return {roster, flags,     results,           choices,           race, settings,
-            m_game, *m_reader, *m_platform.sound, *m_platform.shell, {},   {}};
+    // The game is started by race control; the bridge must know it is no longer closing, and a
+    // restart makes the ghosts be located again in the reloaded stage.
+    return {roster,
+            flags,
+            results,
+            choices,
+            race,
+            settings,
+            m_game,
+            *m_reader,
+            *m_platform.sound,
+            *m_platform.shell,
+            [this] { m_bridge->ResetGameClosing(); },
+            [this] {
+                m_ghosts.ClearGhostsReady();
+            }};
 }
 
 RaceSeat& Tarvex::seat() {
