@@ -25,6 +25,13 @@ public:
     QString CheckGameFiles() const { return m_parser.value(m_check); }
     QString ConfigFolder() const { return m_parser.value(m_config); }
     QString Screenshot() const { return m_parser.value(m_screenshot); }
+    // Unattended races: tick Ready once seated, start once N players are Ready (host), keep a
+    // results file, end once the race is over. 0 and empty mean "not asked for".
+    bool WantsReady() const { return m_parser.isSet(m_ready); }
+    int StartWhenReady() const;
+    QStringList ResultsFiles() const { return m_parser.values(m_results); }
+    bool WantsQuitWhenFinished() const { return m_parser.isSet(m_quit); }
+    QString FinishScreenshot() const { return m_parser.value(m_finish_screenshot); }
     // The quick-start argument, empty when there is none.
     const QString& StartCommand() const { return m_start_command; }
 
@@ -39,6 +46,11 @@ private:
     QCommandLineOption m_print;
     QCommandLineOption m_screenshot;
     QCommandLineOption m_probe;
+    QCommandLineOption m_ready;
+    QCommandLineOption m_start_when_ready;
+    QCommandLineOption m_results;
+    QCommandLineOption m_quit;
+    QCommandLineOption m_finish_screenshot;
     QCommandLineOption m_check;
     QString m_start_command;
     QString m_program;

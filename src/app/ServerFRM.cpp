@@ -3,6 +3,7 @@
 #include "app/GhostMenu.h"
 #include "app/PlayerRows.h"
 #include "app/RaceControlsBox.h"
+#include "app/RaceStartControls.h"
 #include "app/RaceWindowLayout.h"
 #include "app/SettingsFile.h"
 #include "app/Tarvex.h"
@@ -24,8 +25,9 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
                          *m_race, *m_rows, m_tarvex);
     m_lblServerName = parts.lblServerName;
     m_lblStatus = parts.lblStatus;
-    m_lblStatus->setText(QStringLiteral("Status: Idle"));
     m_MainTXT = parts.MainTXT;
+    m_start = new RaceStartControls(m_tarvex, true, m_lblStatus, this);
+    m_race->AddStartControls(m_start);
     AddGhostMenu(*this, m_tarvex.settings, m_tarvex.ghost_files());
 
     m_listing = new PublicListing(

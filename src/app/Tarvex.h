@@ -6,6 +6,7 @@
 #include "chat/InGameChat.h"
 #include "game/GameBridge.h"
 #include "game/GameProcess.h"
+#include "game/GameStateReader.h"
 #include "ghost/GhostExchange.h"
 #include "ghost/GhostFiles.h"
 #include "net/ClientSide.h"
@@ -15,6 +16,8 @@
 #include "net/transport/ClientSession.h"
 #include "net/transport/HostSession.h"
 #include "platform/Platform.h"
+#include "race/ClientRace.h"
+#include "race/HostRace.h"
 #include "race/RaceChoices.h"
 #include "results/Results.h"
 
@@ -91,8 +94,22 @@ public:
 
     // The game-polling timer of the race window. Its interval is the data interval: the host's
     // own setting, or on a client the one the host's game data carries.
-    QTimer& sndTimer() { return *m_snd_timer; }
+    QTimer& sndTimer() { return m_reader->sndTimer(); }
     void ApplyDataInterval();
+
+    // The race loop: the game watched for race events, the host's race control and a client's
+    // race flow. Only the one of the role played acts.
+    GameStateReader& reader() { return *m_reader; }
+    HostRace& host_control() { return *m_host_control; }
+    ClientRace& client_flow() { return *m_client_flow; }
+    RaceSeat& seat();
+    ReadyBox& chkReady() { return IsHost ? m_host_control->chkReady : m_client_flow->chkReady; }
+    // Starts watching the game for the role played: the host once its own player is seated, a
+    // client at the host's welcome.
+    void BeginRaceLoop();
+    // The button the patched game clicks on each of its frames; 0 until the race loop begins or
+    // when the desktop cannot take clicks.
+    WindowHandle cmdHook() const { return m_hook; }
 
     // The car choice of the local player in the role it plays now.
     CarSelection& LocalCar() { return IsHost ? stored.host_car : stored.client_car; }
@@ -101,6 +118,10 @@ public:
     GameDataMsg CurrentGameData() const;
 
 private:
+    RaceParts RaceContext(RaceChoices& choices);
+    // Connects the game tick and race control to the game bridge's pieces.
+    void WireRaceLoop();
+
     Platform m_platform;
     QString m_config_folder;
     GameProcess m_game{m_platform};
@@ -112,7 +133,10 @@ private:
     ClientSession* m_client;
     ServerSide* m_server_side;
     ClientSide* m_client_side;
-    QTimer* m_snd_timer;
+    GameStateReader* m_reader;
+    HostRace* m_host_control;
+    ClientRace* m_client_flow;
+    WindowHandle m_hook = 0;
 };
 
 } // namespace tarvex

@@ -7,6 +7,7 @@
 #include "race/GameData.h"
 #include "results/TimeFRM.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QListWidget>
@@ -118,6 +119,59 @@ private slots:
         server->findChild<QWidget*>(QStringLiteral("MainTXT"))->setFocus();
         forms[0]->close();
         QCOMPARE(server->focusWidget(), server->findChild<QWidget*>(QStringLiteral("dataTXT")));
+    }
+
+    // Ready, Start and Stop on the windows: the status lines, the caption and what may be
+    // changed follow the race on both sides.
+    void ReadyStartStop() {
+        SessionHarness session(QStringLiteral("Start Rally"));
+        QVERIFY(session.StartHost(QStringLiteral("Hostess"), 4));
+        Player& host = session.Host();
+        auto server = std::make_unique<ServerFRM>(*host);
+        server->setAttribute(Qt::WA_DeleteOnClose, false);
+        server->PrepareSession(QStringLiteral("Start Rally"));
+        std::unique_ptr<ClientFRM> client;
+        session.Join(QStringLiteral("Ann"), {}, [&](Player& player) {
+            client = std::make_unique<ClientFRM>(*player);
+            client->setAttribute(Qt::WA_DeleteOnClose, false);
+        });
+        QVERIFY(client->Welcomed());
+        auto lblStatus = [](QWidget& window) {
+            return window.findChild<QLabel*>(QStringLiteral("lblStatus"))->text();
+        };
+        auto* cmdStart = server->findChild<QPushButton*>(QStringLiteral("cmdStart"));
+        QVERIFY(!client->findChild<QPushButton*>(QStringLiteral("cmdStart")));
+        QCOMPARE(cmdStart->text(), QStringLiteral("Start"));
+        QCOMPARE(lblStatus(*server), QStringLiteral("Status: Idle"));
+
+        QTest::mouseClick(client->findChild<QCheckBox*>(QStringLiteral("chkReady")),
+                          Qt::LeftButton);
+        QVERIFY(SessionHarness::WaitFor([&] {
+            return server->Rows().status[1]->property("picture").toString() ==
+                   QStringLiteral(":/status/dummygreen.png");
+        }));
+        QTest::mouseClick(cmdStart, Qt::LeftButton);
+        QCOMPARE(cmdStart->text(), QStringLiteral("Stop"));
+        QCOMPARE(lblStatus(*server), QStringLiteral("Status: Race in Session"));
+        QVERIFY(!server->findChild<QCheckBox*>(QStringLiteral("chkReady"))->isEnabled());
+        QVERIFY(!Box(*server, "cmbCountry")->isEnabled());
+        QVERIFY(!server->Rows().pCar[0]->isEnabled());
+        QVERIFY(!server->findChild<QPushButton*>(QStringLiteral("Command1"))->isEnabled());
+        QVERIFY(SessionHarness::WaitFor(
+            [&] { return lblStatus(*client) == QStringLiteral("Status: Game Launches In...3"); }));
+        QVERIFY(!client->Rows().pCar[1]->isEnabled());
+        QVERIFY(!client->findChild<QCheckBox*>(QStringLiteral("chkReady"))->isEnabled());
+
+        QTest::mouseClick(cmdStart, Qt::LeftButton);
+        QCOMPARE(cmdStart->text(), QStringLiteral("Start"));
+        QCOMPARE(lblStatus(*server), QStringLiteral("Status: Idle"));
+        QVERIFY(Box(*server, "cmbCountry")->isEnabled());
+        QVERIFY(server->findChild<QPushButton*>(QStringLiteral("Command1"))->isEnabled());
+        QVERIFY(SessionHarness::WaitFor(
+            [&] { return lblStatus(*client) == QStringLiteral("Status: Idle"); }));
+        QVERIFY(client->Rows().pCar[1]->isEnabled());
+        QVERIFY(client->findChild<QCheckBox*>(QStringLiteral("chkReady"))->isChecked());
+        QVERIFY(client->findChild<QCheckBox*>(QStringLiteral("chkReady"))->isEnabled());
     }
 };
 

@@ -32,7 +32,11 @@ SessionHarness::~SessionHarness() {
 
 std::unique_ptr<Player> SessionHarness::NewPlayer(const QString& name) {
     auto player = std::make_unique<Player>();
-    player->tarvex = std::make_unique<Tarvex>(player->platform.AsPlatform(), player->folder.Path());
+    Platform platform = player->platform.AsPlatform();
+    if (prepare_platform) {
+        prepare_platform(*player, platform);
+    }
+    player->tarvex = std::make_unique<Tarvex>(std::move(platform), player->folder.Path());
     Tarvex& tarvex = *player->tarvex;
     tarvex.MyName = name;
     tarvex.settings.ShowJoinQuit = 1;

@@ -11,11 +11,15 @@
 
 namespace tarvex::test {
 
+class GameMachine;
+
 // One copy of Tarvex as a test runs it: a whole context with its own fake platform and its own
 // settings folder.
 struct Player {
     FakePlatform platform;
     TempFolder folder;
+    // The player's game, when the test races (see RaceHarness).
+    std::shared_ptr<GameMachine> machine;
     std::unique_ptr<Tarvex> tarvex;
 
     Tarvex* operator->() { return tarvex.get(); }
@@ -40,6 +44,11 @@ public:
     bool Leave(Player& player);
 
     Player& Host() { return *m_host; }
+    const std::vector<std::unique_ptr<Player>>& Clients() const { return m_clients; }
+
+    // Runs for each new copy before its Tarvex is made: a test may put parts of its own into
+    // the platform (a game to race with, a real clock).
+    std::function<void(Player&, Platform&)> prepare_platform;
     quint16 Port() const { return m_port; }
 
     // Runs the event loop until `done` holds or `timeout_ms` passes.
