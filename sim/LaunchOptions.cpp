@@ -76,6 +76,8 @@ void Apply(LaunchOptions& o, const std::vector<std::string>& args) {
             o.screenshot_file = take();
         } else if (name == "screenshot-frames") {
             o.screenshot_frames = std::max(1, int(number(30)));
+        } else if (name == "screenshot-race-time") {
+            o.screenshot_race_time = std::max(0.0, number(0));
         } else if (name == "frames") {
             o.frames = std::max(0, int(number(0)));
         } else if (!name.empty()) {
