@@ -16,6 +16,7 @@ cars=(0 1 2 3 4 5 6 7 0 1 2 3)
 
 servers=()
 player_pids=()
+player_displays=()
 keep_host=0
 
 # players_init DIR COUNT: the work folder (made absolute in $dir), the number of players, and
@@ -121,8 +122,8 @@ INI
 
 # start_player I DISPLAY [TARVEX OPTIONS...]: Tarvex for player I, Ready at once, keeping its
 # results (results.txt, results.htm) and a picture of its window at the end (window.png); its
-# output in tarvex.log, its process id in ${player_pids[I]}. The options given come last, so
-# they carry the quick-start argument.
+# output in tarvex.log, its process id in ${player_pids[I]}, its display in
+# ${player_displays[I]}. The options given come last, so they carry the quick-start argument.
 start_player() {
     local i=$1 display=$2
     shift 2
@@ -132,6 +133,7 @@ start_player() {
         --results "$home/results.htm" --finish-screenshot "$home/window.png" "$@" \
         >"$home/tarvex.log" 2>&1 &
     player_pids[$i]=$!
+    player_displays[$i]=$display
     echo "$name $!" >>"$dir/pids"
 }
 
