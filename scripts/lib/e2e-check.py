@@ -290,23 +290,19 @@ def check_chat(root, names, status, line):
 
 def figures(root, names, status, spreads, ghost_errors):
     n = len(names)
-    # The window to measure: the last race while every car drives with all the others' ghosts.
+    # The window to measure: the last race, while every car drives and every game draws all
+    # the others' ghosts.
+    last_stage = next((s.get("stage_name") for s in reversed(status[names[0]])
+                       if s.get("stage_name")), None)
     begin, end = 0, math.inf
     for name in names:
         full = [s["t"] for s in status[name]
-                if len(s.get("ghosts", [])) == n - 1 and s.get("race_time", 0) > 0
-                and not s.get("finished")]
+                if s.get("stage_name") == last_stage and len(s.get("ghosts", [])) == n - 1
+                and s.get("race_time", 0) > 0 and not s.get("finished")]
         if not full:
+            print(f"figure: {name}'s game never drew all {n - 1} ghosts on {last_stage}")
             return
-        begin = max(begin, full[-1] - 1)
-        first_of_last = full[-1]
-        for s in reversed(status[name]):
-            if s["t"] <= first_of_last and (s.get("race_time", 0) <= 0 or
-                                            len(s.get("ghosts", [])) != n - 1):
-                break
-            first_of_last = s["t"]
-        begin = max(begin, first_of_last)
-        end = min(end, full[-1])
+        begin, end = max(begin, full[0]), min(end, full[-1])
     if end <= begin:
         print(f"figure: no stretch in which all {n} cars drove with every ghost")
         return
