@@ -2,17 +2,15 @@
 // read of the car pose's seven values, single reads, writes (data and code pages) and the game
 // window lookup. Run it under an X server (xvfb-run) to include the lookup.
 
+#include "BenchSupport.h"
 #include "game/GameProcess.h"
 #include "platform/Platform.h"
 #include "platform/linux/XcbConnection.h"
 #include "platform/linux/XcbDesktop.h"
 
 #include <QCoreApplication>
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <functional>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -30,48 +28,16 @@ constexpr std::uint32_t kBody = kBase + 0x200;
 
 // A process with a data page and a read+execute page at the game's kind of addresses.
 pid_t StartTarget() {
-    int ready[2];
-    if (pipe(ready) != 0) {
-        return -1;
-    }
-    const pid_t pid = fork();
-    if (pid == 0) {
+    return bench::StartTarget([] {
         void* page =
             mmap(reinterpret_cast<void*>(std::uintptr_t(kBase)), 0x2000, PROT_READ | PROT_WRITE,
                  MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
-        char ok = page != MAP_FAILED &&
-                  mprotect(static_cast<char*>(page) + 0x1000, 0x1000, PROT_READ | PROT_EXEC) == 0;
-        if (write(ready[1], &ok, 1) != 1) {
-            _exit(1);
-        }
-        for (;;) {
-            pause();
-        }
-    }
-    char ok = 0;
-    if (read(ready[0], &ok, 1) != 1 || !ok) {
-        return -1;
-    }
-    close(ready[0]);
-    close(ready[1]);
-    return pid;
+        return page != MAP_FAILED &&
+               mprotect(static_cast<char*>(page) + 0x1000, 0x1000, PROT_READ | PROT_EXEC) == 0;
+    });
 }
 
-// Median time per call over several rounds, in microseconds.
-double Measure(int calls, const std::function<void()>& call) {
-    std::vector<double> rounds;
-    for (int round = 0; round < 7; ++round) {
-        const auto start = std::chrono::steady_clock::now();
-        for (int i = 0; i < calls; ++i) {
-            call();
-        }
-        const std::chrono::duration<double, std::micro> spent =
-            std::chrono::steady_clock::now() - start;
-        rounds.push_back(spent.count() / calls);
-    }
-    std::sort(rounds.begin(), rounds.end());
-    return rounds[rounds.size() / 2];
-}
+using bench::Measure;
 
 void Report(const char* what, double microseconds) {
     std::printf("%-44s %9.2f us\n", what, microseconds);

@@ -1,6 +1,7 @@
 #include "app/ConnectFRM.h"
 
 #include "app/ConnectLogic.h"
+#include "net/TextRules.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -59,6 +60,7 @@ ConnectFRM::ConnectFRM(ConnectLogic& logic, QWidget* parent)
     roles->addWidget(m_ServerCMD);
     roles->addWidget(m_ClientCMD);
 
+    m_nicknameTXT->setMaxLength(MaxNameChars);
     m_passwordTXT->setEchoMode(QLineEdit::Password);
     m_passwordTXT->setToolTip(tr("Leave blank for none"));
     m_scrPlay->setRange(2, 12);

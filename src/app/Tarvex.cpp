@@ -45,6 +45,18 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
             [this] { m_server_side->SendGameData(CurrentGameData()); });
     connect(m_client_side, &ClientSide::ChatLine, &console, &ChatConsole::DisplayMsg);
     connect(m_client_side, &ClientSide::SystemLine, &console, &ChatConsole::DisplayText);
+    m_ghosts.SetGameClosing([this] { return m_bridge->GameClosing(); });
+    m_ghosts.SetSender([this](const CarStateMsg& state) {
+        if (IsHost) {
+            m_server_side->SendCarState(state);
+        } else {
+            m_client_side->SendCarState(state);
+        }
+    });
+    connect(m_server_side, &ServerSide::CarStateReceived, this,
+            [this](const CarStateMsg& state) { m_ghosts.ReceiveCarState(state); });
+    connect(m_client_side, &ClientSide::CarStateReceived, this,
+            [this](const CarStateMsg& state) { m_ghosts.ReceiveCarState(state); });
     m_client_side->SetOwnCar([this] {
         const CarSelection& car = LocalCar();
         return RowCar{car.Car, car.Transmission, car.Tyre};
@@ -74,6 +86,17 @@ private:
 
 void Tarvex::WireRaceLoop() {
     GameTickSteps& steps = m_reader->Steps();
+    // Our car goes out with the distance and percent the tick works out: the stage length and
+    // 100 once the finish has been reported, so the others see us standing on the line.
+    steps.SendCarState = [this] {
+        m_ghosts.SendCarState(m_reader->GetStageDistance(), m_reader->GetProgressPercent());
+    };
+    steps.GhostTick = [this] {
+        m_ghosts.GhostTick();
+    };
+    steps.ClearGhostsReady = [this] {
+        m_ghosts.ClearGhostsReady();
+    };
     steps.CheckPhysicsArchive = [this] {
         if (m_platform.dialogs) {
             ReadyBoxWindow window(*this);
@@ -101,9 +124,22 @@ void Tarvex::WireRaceLoop() {
 }
 
 RaceParts Tarvex::RaceContext(RaceChoices& choices) {
-    // The game is started by race control; the bridge must know it is no longer closing.
-    return {roster, flags,     results,           choices,           race, settings,
-            m_game, *m_reader, *m_platform.sound, *m_platform.shell, {},   {}};
+    // The game is started by race control; the bridge must know it is no longer closing, and a
+    // restart makes the ghosts be located again in the reloaded stage.
+    return {roster,
+            flags,
+            results,
+            choices,
+            race,
+            settings,
+            m_game,
+            *m_reader,
+            *m_platform.sound,
+            *m_platform.shell,
+            [this] { m_bridge->ResetGameClosing(); },
+            [this] {
+                m_ghosts.ClearGhostsReady();
+            }};
 }
 
 RaceSeat& Tarvex::seat() {

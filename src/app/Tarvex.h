@@ -5,6 +5,7 @@
 #include "game/GameBridge.h"
 #include "game/GameProcess.h"
 #include "game/GameStateReader.h"
+#include "ghost/GhostExchange.h"
 #include "ghost/GhostFiles.h"
 #include "net/ClientSide.h"
 #include "net/Roster.h"
@@ -73,6 +74,9 @@ public:
     GhostFiles& ghost_files() { return m_ghost_files; }
     // What this copy writes into its game: set-up, patches, menu automation (mnuTimer).
     GameBridge& bridge() { return *m_bridge; }
+    // The other players' cars as ghosts in that game; our car state goes out through the
+    // session of the role played.
+    GhostExchange& ghosts() { return m_ghosts; }
 
     // The races of this session (every copy keeps its own table).
     Results results;
@@ -117,6 +121,7 @@ private:
     GameProcess m_game{m_platform};
     GhostFiles m_ghost_files{m_game, settings};
     GameBridge* m_bridge;
+    GhostExchange m_ghosts{m_game, *m_platform.clock, roster, settings};
     HostSession* m_server;
     ClientSession* m_client;
     ServerSide* m_server_side;

@@ -145,6 +145,12 @@ std::int32_t GameProcess::Write(std::uint32_t address, const void* data, std::si
     return m_last_result;
 }
 
+std::int32_t GameProcess::WriteGameGroup(std::span<const MemoryWrite> pieces) {
+    const bool ok = m_process_id != 0 && m_memory->WriteGroup(m_process_id, pieces);
+    m_last_result = ok ? 1 : 0;
+    return m_last_result;
+}
+
 void GameProcess::WriteGameByte(std::uint32_t address, std::uint8_t value) {
     Write(address, &value, sizeof value);
 }

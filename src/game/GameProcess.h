@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Desktop.h"
+#include "platform/ProcessMemory.h"
 
 #include <QByteArray>
 #include <QString>
@@ -12,7 +13,6 @@
 namespace tarvex {
 
 class Clock;
-class ProcessMemory;
 struct Platform;
 
 // Which of the four supported game executables runs; 0 when the build byte is not one of theirs.
@@ -55,6 +55,9 @@ public:
     void WriteGameLong(std::uint32_t address, std::int32_t value);
     // The same four bytes as WriteGameLong, for the game's float fields.
     void WriteGameSingle(std::uint32_t address, float value);
+    // Several pieces in one access where the system allows (a ghost's world matrix); returns
+    // the result as WriteGameValue does.
+    std::int32_t WriteGameGroup(std::span<const MemoryWrite> pieces);
     // As WriteGameLong; returns the result of the write (non-zero on success).
     std::int32_t WriteGameValue(std::uint32_t address, std::int32_t value);
     // One byte per character (Latin-1; others become '?'), no terminator added.

@@ -122,7 +122,7 @@ void GameStateReader::GameTick() {
         }
         m_patches_applied = false;
         m_game_seen = false;
-        Run(m_steps.ForgetGhosts);
+        Run(m_steps.ClearGhostsReady);
         const WindowHandle video = m_desktop.FindWindowByClass(kVideoWindowClass);
         if (video != 0) {
             m_game.TerminateWindowProcess(video);
@@ -160,7 +160,7 @@ void GameStateReader::Refuse() {
     }
     m_game.WaitMs(1000);
     m_game_seen = false;
-    Run(m_steps.ForgetGhosts);
+    Run(m_steps.ClearGhostsReady);
 }
 
 void GameStateReader::PrepareGameRun() {

@@ -40,7 +40,7 @@ struct GameTickSteps {
     std::function<void()> SendCarState;
     std::function<void()> GhostTick;
     // The ghost objects must be located again in the next game run.
-    std::function<void()> ForgetGhosts;
+    std::function<void()> ClearGhostsReady;
     std::function<void()> CheckPhysicsArchive;
     std::function<void()> ApplyGamePatches;
     std::function<void()> CloseGame;

@@ -13,16 +13,6 @@ namespace {
 
 Q_LOGGING_CATEGORY(ClientLog, "tarvex.net.client")
 
-// A message from the host that does not decode is logged and dropped.
-template <class Msg>
-std::optional<Msg> Checked(std::optional<Msg> msg, MessageType type) {
-    if (!msg) {
-        qCWarning(ClientLog) << "the host sent a broken"
-                             << MessageTypeName(std::uint8_t(type), true) << "- dropped";
-    }
-    return msg;
-}
-
 } // namespace
 
 ClientSide::ClientSide(ClientSession& client, Roster& roster, SessionFlags& flags,
@@ -86,8 +76,10 @@ void ClientSide::Receive(dpn::PlayerId sender, const QByteArray& bytes) {
         OnProgress(r);
         break;
     case MessageType::StartRace:
-        m_flags.StartGiven = 1;
-        emit StartSignal();
+        if (Checked(StartRaceMsg::decode(r), StartRaceMsg::Type)) {
+            m_flags.StartGiven = 1;
+            emit StartSignal();
+        }
         break;
     case MessageType::Split1:
     case MessageType::Split2:
@@ -98,13 +90,15 @@ void ClientSide::Receive(dpn::PlayerId sender, const QByteArray& bytes) {
         OnFalseStart(r);
         break;
     case MessageType::Restart:
-        emit RestartCalled();
+        if (Checked(DoRestartMsg::decode(r), DoRestartMsg::Type)) {
+            emit RestartCalled();
+        }
         break;
     case MessageType::Sync:
         OnSync(r);
         break;
     default:
-        qCWarning(ClientLog) << "the host sent unknown message type" << type;
+        Broken(type);
         break;
     }
 }
@@ -231,11 +225,25 @@ void ClientSide::OnFalseStart(WireReader& r) {
 
 void ClientSide::OnSync(WireReader& r) {
     const std::optional<SyncReplyMsg> msg = Checked(SyncReplyMsg::decode(r), SyncReplyMsg::Type);
+    if (!msg) {
+        return;
+    }
     // The host expects an answer with no bytes at all, and ignores it.
     Send(QByteArray(), SendOption::G);
-    if (msg) {
-        emit HostClock(msg->host_clock);
+    emit HostClock(msg->host_clock);
+}
+
+void ClientSide::Broken(std::uint8_t type) {
+    // A host that sends garbage by the thousand gets one line a second in the log, not one
+    // per message.
+    ++m_broken;
+    if (m_broken_logged.isValid() && m_broken_logged.elapsed() < 1000) {
+        return;
     }
+    qCWarning(ClientLog) << "the host sent" << m_broken << "broken or unknown messages, the last"
+                         << MessageTypeName(type, true) << "- dropped";
+    m_broken = 0;
+    m_broken_logged.start();
 }
 
 void ClientSide::TerminateSession(dpn::ResultCode result) {
@@ -250,7 +258,7 @@ void ClientSide::TerminateSession(dpn::ResultCode result) {
 }
 
 void ClientSide::SendMsg(const QString& text) {
-    SendToHost(ChatMsg{m_roster.LocalSlot, text});
+    SendToHost(ChatMsg{m_roster.LocalSlot, ChatText(text)});
 }
 
 void ClientSide::SendGameStatus(PlayerStatus status) {

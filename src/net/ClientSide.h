@@ -4,6 +4,7 @@
 #include "net/Roster.h"
 #include "net/transport/ResultCodes.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <functional>
 
@@ -78,6 +79,16 @@ private:
     void OnFalseStart(WireReader& r);
     void OnSync(WireReader& r);
 
+    // A message from the host that does not decode is counted and dropped.
+    template <class Msg>
+    std::optional<Msg> Checked(std::optional<Msg> msg, MessageType type) {
+        if (!msg) {
+            Broken(std::uint8_t(type));
+        }
+        return msg;
+    }
+    void Broken(std::uint8_t type);
+
     void Send(const QByteArray& bytes, SendOption option);
     template <class Msg>
     void SendToHost(const Msg& msg) {
@@ -91,6 +102,8 @@ private:
     const QString& m_my_name;
     std::function<RowCar()> m_own_car;
     bool m_welcomed = false;
+    int m_broken = 0;
+    QElapsedTimer m_broken_logged;
 };
 
 } // namespace tarvex

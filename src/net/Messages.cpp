@@ -6,22 +6,79 @@ namespace tarvex {
 
 namespace {
 
-// A decoder's last word: the message counts only when every field was there.
+// A decoder's last word: the message counts only when every field was there and nothing else.
+// Bytes left over are no part of the layout, and a relay must not pass them on.
 template <class Msg>
 std::optional<Msg> Complete(const WireReader& r, Msg msg) {
-    if (!r.ok()) {
+    if (!r.ok() || !r.AtEnd()) {
         return std::nullopt;
     }
     return msg;
 }
 
-bool ValidSlot(std::uint8_t slot) {
+// Any slot a message may carry: the players and the overflow slot.
+bool AnySlot(std::uint8_t slot) {
     return slot <= MaxSlot;
+}
+
+// A slot that stands for a player, host or client: it has a row.
+bool PlayerSlot(std::uint8_t slot) {
+    return slot < RowCount;
+}
+
+// A slot only a client sits in.
+bool ClientSlot(std::uint8_t slot) {
+    return slot >= 1 && slot < RowCount;
 }
 
 // Statuses run from Null (0) to Finished (5).
 bool ValidStatus(std::uint8_t status) {
     return status <= 5;
+}
+
+// Counters as the host keeps them: at least the host itself, at most every slot; the limit the
+// connect dialog allows.
+bool ValidCounters(std::uint8_t player_count, std::uint8_t player_limit) {
+    return player_count >= 1 && player_count <= SlotCount && player_limit >= 2 &&
+           player_limit <= RowCount;
+}
+
+// False for NaN too, so every number that is no number is refused with the out-of-range ones.
+bool Within(float value, float low, float high) {
+    return value >= low && value <= high;
+}
+
+// Generous bounds: a real stage is tens of kilometres long, a real rotation a unit quaternion
+// or angles within a turn. They keep infinities, NaN and absurd magnitudes away from every
+// conversion and drawing that follows.
+constexpr float MaxDistance = 1.0e6f;
+constexpr float MaxCoordinate = 1.0e7f;
+constexpr float MaxQuaternionPart = 2.0f;
+constexpr float MaxAngle = 8.0f;
+
+bool ValidPose(const CarStateMsg& msg) {
+    if (!Within(msg.distance, -MaxDistance, MaxDistance) || msg.progress > 100) {
+        return false;
+    }
+    for (float value : msg.position) {
+        if (!Within(value, -MaxCoordinate, MaxCoordinate)) {
+            return false;
+        }
+    }
+    if (msg.compression == 0) {
+        for (float value : msg.quaternion) {
+            if (!Within(value, -MaxQuaternionPart, MaxQuaternionPart)) {
+                return false;
+            }
+        }
+    } else if (msg.compression == 1) {
+        for (float value : msg.angles) {
+            if (!Within(value, -MaxAngle, MaxAngle)) {
+                return false;
+            }
+        }
+    }
+    return true;
 }
 
 // The upper three bytes of a single; the lowest mantissa byte is dropped.
@@ -40,15 +97,6 @@ float UnpackSingle3(WireReader& r) {
 }
 
 } // namespace
-
-QString OneLine(QString text) {
-    for (QChar& c : text) {
-        if (c.category() == QChar::Other_Control) {
-            c = u' ';
-        }
-    }
-    return text;
-}
 
 const char* MessageTypeName(std::uint8_t type, bool from_host) {
     switch (MessageType(type)) {
@@ -100,8 +148,8 @@ void ChatMsg::encode(WireWriter& w) const {
 std::optional<ChatMsg> ChatMsg::decode(WireReader& r) {
     ChatMsg msg;
     msg.slot = r.U8();
-    msg.text = r.Text();
-    if (!ValidSlot(msg.slot)) {
+    msg.text = OneLine(r.Text(MaxChatChars));
+    if (!AnySlot(msg.slot)) {
         return std::nullopt;
     }
     return Complete(r, std::move(msg));
@@ -129,12 +177,14 @@ std::optional<WelcomeMsg> WelcomeMsg::decode(WireReader& r) {
     msg.player_count = r.U8();
     msg.player_limit = r.U8();
     msg.race_launched = r.U8();
-    // The count says how many entries follow; it cannot exceed the slots there are, and the
-    // newcomer itself is always one of the players.
-    if (!r.ok() || !ValidSlot(msg.slot) || msg.player_count < 1 || msg.player_count > SlotCount) {
+    // The count says how many entries follow: one per other player with a row, so at most
+    // eleven, and the newcomer itself is always one of the players. Only a client is welcomed.
+    if (!r.ok() || !ClientSlot(msg.slot) || !ValidCounters(msg.player_count, msg.player_limit) ||
+        msg.player_count > RowCount) {
         return std::nullopt;
     }
     msg.entries.reserve(msg.player_count - 1);
+    int previous_slot = -1;
     for (int i = 1; i < msg.player_count; ++i) {
         WelcomeEntry entry;
         entry.slot = r.U8();
@@ -143,10 +193,13 @@ std::optional<WelcomeMsg> WelcomeMsg::decode(WireReader& r) {
         entry.transmission = r.U8();
         entry.tyre = r.U8();
         entry.status = r.U8();
-        entry.name = r.Text();
-        if (!r.ok() || !ValidSlot(entry.slot) || !ValidStatus(entry.status)) {
+        entry.name = OneLine(r.Text(MaxNameChars));
+        // Ascending, so no slot comes twice, and never the newcomer's own.
+        if (!r.ok() || !PlayerSlot(entry.slot) || entry.slot <= previous_slot ||
+            entry.slot == msg.slot || !ValidStatus(entry.status)) {
             return std::nullopt;
         }
+        previous_slot = entry.slot;
         msg.entries.push_back(std::move(entry));
     }
     return Complete(r, std::move(msg));
@@ -163,7 +216,8 @@ std::optional<QuitMsg> QuitMsg::decode(WireReader& r) {
     msg.slot = r.U8();
     msg.player_count = r.U8();
     msg.player_limit = r.U8();
-    if (!ValidSlot(msg.slot)) {
+    // A client's slot, or the overflow slot a leave for an unknown player clears.
+    if (msg.slot == 0 || !AnySlot(msg.slot) || !ValidCounters(msg.player_count, msg.player_limit)) {
         return std::nullopt;
     }
     return Complete(r, msg);
@@ -186,9 +240,6 @@ std::optional<LagTableMsg> LagTableMsg::decode(WireReader& r, int occupied_slots
     }
     // A table of another length was built while a join or quit was still on its way to us:
     // its bytes would land on the wrong players. The next one follows a few seconds later.
-    if (!r.AtEnd()) {
-        return std::nullopt;
-    }
     return Complete(r, std::move(msg));
 }
 
@@ -206,8 +257,8 @@ std::optional<JoinMsg> JoinMsg::decode(WireReader& r) {
     msg.player_count = r.U8();
     msg.player_limit = r.U8();
     msg.player_id = r.I32();
-    msg.name = r.Text();
-    if (!ValidSlot(msg.slot)) {
+    msg.name = OneLine(r.Text(MaxNameChars));
+    if (!ClientSlot(msg.slot) || !ValidCounters(msg.player_count, msg.player_limit)) {
         return std::nullopt;
     }
     return Complete(r, std::move(msg));
@@ -222,7 +273,7 @@ std::optional<GameStatusMsg> GameStatusMsg::decode(WireReader& r) {
     GameStatusMsg msg;
     msg.slot = r.U8();
     msg.status = r.U8();
-    if (!ValidSlot(msg.slot) || !ValidStatus(msg.status)) {
+    if (!PlayerSlot(msg.slot) || !ValidStatus(msg.status)) {
         return std::nullopt;
     }
     return Complete(r, msg);
@@ -294,7 +345,7 @@ std::optional<CarChoiceMsg> CarChoiceMsg::decode(WireReader& r) {
     msg.car = r.U8();
     msg.transmission = r.U8();
     msg.tyre = r.U8();
-    if (!ValidSlot(msg.slot)) {
+    if (!PlayerSlot(msg.slot)) {
         return std::nullopt;
     }
     return Complete(r, msg);
@@ -378,7 +429,7 @@ std::optional<CarStateMsg> CarStateMsg::decode(WireReader& r, std::uint8_t compr
     for (float& value : msg.position) {
         value = compression >= 4 ? UnpackSingle3(r) : r.F32();
     }
-    if (!ValidSlot(msg.slot)) {
+    if (!PlayerSlot(msg.slot) || !ValidPose(msg)) {
         return std::nullopt;
     }
     return Complete(r, msg);
@@ -391,6 +442,9 @@ void RaceStateMsg::encode(WireWriter& w) const {
 std::optional<RaceStateMsg> RaceStateMsg::decode(WireReader& r) {
     RaceStateMsg msg;
     msg.state = r.U8();
+    if (msg.state > 1) {
+        return std::nullopt;
+    }
     return Complete(r, msg);
 }
 
@@ -403,7 +457,7 @@ std::optional<ProgressMsg> ProgressMsg::decode(WireReader& r) {
     ProgressMsg msg;
     msg.slot = r.U8();
     msg.progress = r.U8();
-    if (!ValidSlot(msg.slot)) {
+    if (!PlayerSlot(msg.slot) || msg.progress > 100) {
         return std::nullopt;
     }
     return Complete(r, msg);
@@ -426,7 +480,7 @@ std::optional<TimeMsg> TimeMsg::decode(WireReader& r, MessageType kind) {
     msg.kind = kind;
     msg.slot = r.U8();
     msg.time = r.F32();
-    if (!ValidSlot(msg.slot)) {
+    if (!PlayerSlot(msg.slot) || !Within(msg.time, 0.0f, MaxRaceSeconds)) {
         return std::nullopt;
     }
     return Complete(r, msg);
@@ -439,7 +493,7 @@ void FalseStartMsg::encode(WireWriter& w) const {
 std::optional<FalseStartMsg> FalseStartMsg::decode(WireReader& r) {
     FalseStartMsg msg;
     msg.slot = r.U8();
-    if (!ValidSlot(msg.slot)) {
+    if (!PlayerSlot(msg.slot)) {
         return std::nullopt;
     }
     return Complete(r, msg);
@@ -452,7 +506,7 @@ void VoteRestartMsg::encode(WireWriter& w) const {
 std::optional<VoteRestartMsg> VoteRestartMsg::decode(WireReader& r) {
     VoteRestartMsg msg;
     msg.slot = r.U8();
-    if (!ValidSlot(msg.slot)) {
+    if (!PlayerSlot(msg.slot)) {
         return std::nullopt;
     }
     return Complete(r, msg);

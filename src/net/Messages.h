@@ -1,5 +1,6 @@
 #pragma once
 
+#include "net/TextRules.h"
 #include "net/Wire.h"
 
 #include <QByteArray>
@@ -14,7 +15,8 @@
 // fields, packed, little-endian, in the order of the layout comment above each struct; text is
 // a 16-bit byte count followed by UTF-8. `encode` writes the fields after the type byte,
 // `decode` reads them (the type byte has already been read by the dispatcher) and yields nothing
-// for a message that is short, or names a slot or a value we could not act on.
+// for a message that is short or long by even one byte, or that carries a slot, a number or a
+// text we could not act on. Decoded names and chat texts are one line.
 namespace tarvex {
 
 enum class MessageType : std::uint8_t {
@@ -61,15 +63,20 @@ constexpr std::uint32_t SendTimeoutMs(SendOption option, int data_interval) {
 }
 
 // Slots 0..11 are players; 12 is the overflow slot that also stands for "nobody" in chat lines
-// the host makes up itself. Anything higher in a message is a broken or hostile peer.
+// the host makes up itself. Where a message means a player, only 0..11 will do; anything higher
+// is a broken or hostile peer.
 constexpr std::uint8_t MaxSlot = 12;
 constexpr int SlotCount = 13;
 constexpr int RowCount = 12;
 
-// A peer's text as one line: every control character (line breaks above all) becomes a space,
-// so a name or a chat line cannot start lines of its own that pass for someone else's words
-// or for the program's own.
-QString OneLine(QString text);
+// Race times run from 0 to the results' "no time" (10000 s); nothing real lies outside.
+constexpr float MaxRaceSeconds = 10000.0f;
+
+// The longest messages there are: a chat line from a client, a welcome to a full session from
+// the host. The transport refuses anything longer before it is read.
+constexpr int WelcomeEntryMaxBytes = 11 + MaxUtf8Bytes(MaxNameChars);
+constexpr int MaxClientMessageBytes = 4 + MaxUtf8Bytes(MaxChatChars);
+constexpr int MaxHostMessageBytes = 5 + (RowCount - 1) * WelcomeEntryMaxBytes;
 
 // The name of a message type for logs; `from_host` tells the two meanings of 19 and 21 apart.
 const char* MessageTypeName(std::uint8_t type, bool from_host);

@@ -15,23 +15,6 @@ namespace {
 
 Q_LOGGING_CATEGORY(HostLog, "tarvex.net.host")
 
-// Messages only the host sends: a client that sends one is confused or lying.
-bool HostOnly(std::uint8_t type) {
-    switch (MessageType(type)) {
-    case MessageType::Welcome:
-    case MessageType::Quit:
-    case MessageType::LagTable:
-    case MessageType::Join:
-    case MessageType::GameData:
-    case MessageType::RaceState:
-    case MessageType::Progress:
-    case MessageType::StartRace:
-        return true;
-    default:
-        return false;
-    }
-}
-
 } // namespace
 
 ServerSide::ServerSide(HostSession& server, Roster& roster, SessionFlags& flags,
@@ -44,9 +27,13 @@ ServerSide::ServerSide(HostSession& server, Roster& roster, SessionFlags& flags,
     , m_settings(settings)
     , m_my_name(my_name)
     , m_clock(clock)
-    , m_ping_timer(new QTimer(this)) {
+    , m_ping_timer(new QTimer(this))
+    , m_review_timer(new QTimer(this)) {
     m_ping_timer->setInterval(PingIntervalMs);
     connect(m_ping_timer, &QTimer::timeout, this, &ServerSide::pingTimer_Timer);
+    m_review_timer->setInterval(1000);
+    connect(m_review_timer, &QTimer::timeout, this, &ServerSide::ReviewInput);
+    m_uptime.start();
     connect(&m_server, &HostSession::CreatePlayer, this, &ServerSide::CreatePlayer);
     connect(&m_server, &HostSession::DestroyPlayer, this, &ServerSide::DestroyPlayer);
     connect(&m_server, &HostSession::Receive, this, &ServerSide::Receive);
@@ -58,7 +45,7 @@ void ServerSide::CreatePlayer(dpn::PlayerId id) {
 
     // The session's first player is the host's own.
     if (m_roster[0].PlayerId == 0) {
-        m_roster.Occupy(0, std::int32_t(id), m_my_name);
+        m_roster.Occupy(0, std::int32_t(id), SeatedName(m_my_name));
         m_roster.HostPlayerId = std::int32_t(id);
         m_ping_timer->start();
         emit SlotChanged(0);
@@ -66,8 +53,9 @@ void ServerSide::CreatePlayer(dpn::PlayerId id) {
     }
 
     const int slot = m_roster.FreeSlot();
-    const QString name = OneLine(m_server.GetClientInfo(id));
+    const QString name = m_server.GetClientInfo(id);
     m_roster.Occupy(slot, std::int32_t(id), name);
+    m_guard.Reset(slot);
     emit SlotChanged(slot);
 
     Send(id, Encode(m_roster.Welcome(slot, m_flags.RaceLaunched)), WelcomeMsg::Option);
@@ -93,28 +81,31 @@ void ServerSide::DestroyPlayer(dpn::PlayerId id) {
         emit SystemLine(QStringLiteral("* Quit: (") + m_roster[slot].Name + u')');
     }
     m_roster.Clear(slot);
+    m_guard.Reset(slot);
     emit SlotChanged(slot);
     SendToAll(QuitMsg{std::uint8_t(slot), m_roster.PlayerCount, m_roster.MaxPlayerCount});
 }
 
 void ServerSide::Receive(dpn::PlayerId sender_id, const QByteArray& bytes) {
     TraceMessage(TraceDirection::Received, sender_id, false, bytes);
+    const std::optional<int> found = m_roster.SlotOf(std::int32_t(sender_id));
+    if (!found || *found == 0 || m_guard.Removed(*found)) {
+        return;
+    }
+    const int sender = *found;
+    // The budget comes first: a flood must cost no more than this per message.
+    const std::uint8_t type = bytes.isEmpty() ? 0 : std::uint8_t(bytes[0]);
+    if (!m_guard.Admit(sender, InputGuard::KindOf(type), m_uptime.elapsed(),
+                       m_settings.DataInterval)) {
+        Review();
+        return;
+    }
     // The client's answer to our clock carries nothing at all.
     if (bytes.isEmpty()) {
         return;
     }
-    const std::optional<int> found = m_roster.SlotOf(std::int32_t(sender_id));
-    if (!found || *found == 0) {
-        qCWarning(HostLog) << "message from a player without a slot:" << sender_id;
-        return;
-    }
-    const int sender = *found;
     WireReader r(bytes);
-    const std::uint8_t type = r.U8();
-    if (HostOnly(type)) {
-        qCWarning(HostLog) << "slot" << sender << "sent host-only message type" << type;
-        return;
-    }
+    r.U8();
     switch (MessageType(type)) {
     case MessageType::Chat:
         OnChat(r, sender, bytes);
@@ -140,30 +131,65 @@ void ServerSide::Receive(dpn::PlayerId sender_id, const QByteArray& bytes) {
         OnVote(r, sender, bytes);
         break;
     case MessageType::Sync:
-        OnSync(sender_id);
+        if (Readable(SyncMsg::decode(r).has_value(), sender, bytes)) {
+            OnSync(sender_id);
+        }
         break;
     default:
-        qCWarning(HostLog) << "slot" << sender << "sent unknown message type" << type;
+        // Host-only types and types nobody knows: a client of ours sends neither.
+        Readable(false, sender, bytes);
         break;
     }
 }
 
-bool ServerSide::Readable(bool decoded, int sender, const QByteArray& bytes) const {
+bool ServerSide::Readable(bool decoded, int sender, const QByteArray& bytes) {
     if (decoded) {
         return true;
     }
-    qCWarning(HostLog).noquote() << "slot" << sender << "sent a broken"
-                                 << MessageTypeName(std::uint8_t(bytes[0]), false) << "of"
-                                 << bytes.size() << "bytes - dropped";
+    qCDebug(HostLog).noquote() << "slot" << sender << "sent a broken"
+                               << MessageTypeName(std::uint8_t(bytes[0]), false) << "of"
+                               << bytes.size() << "bytes - dropped";
+    m_guard.CountBroken(sender);
+    Review();
     return false;
 }
 
-bool ServerSide::Speaks(int sender, std::uint8_t slot, const char* what) const {
+bool ServerSide::Speaks(int sender, std::uint8_t slot, const char* what) {
     if (slot == sender) {
         return true;
     }
-    qCWarning(HostLog) << "slot" << sender << "sent" << what << "for slot" << slot << "- dropped";
+    qCDebug(HostLog) << "slot" << sender << "sent" << what << "for slot" << slot << "- dropped";
+    m_guard.CountBroken(sender);
+    Review();
     return false;
+}
+
+void ServerSide::Review() {
+    if (!m_review_timer->isActive()) {
+        m_review_timer->start();
+    }
+}
+
+void ServerSide::ReviewInput() {
+    // One line per client and second, however much it sent: the log must not become the
+    // flood's next victim.
+    for (const InputGuard::Report& report : m_guard.CloseSecond()) {
+        const PlayerRecord& record = m_roster[report.slot];
+        qCWarning(HostLog).noquote() << "slot" << report.slot << "(" + record.Name + ")"
+                                     << "messages dropped in the last second:" << report.over_budget
+                                     << "over budget," << report.broken << "broken";
+        if (report.remove) {
+            m_guard.MarkRemoved(report.slot);
+            emit SystemLine((report.over_budget >= report.broken
+                                 ? QStringLiteral("* Removed for flooding: (")
+                                 : QStringLiteral("* Removed for broken messages: (")) +
+                            record.Name + u')');
+            Kick(report.slot);
+        }
+    }
+    if (!m_guard.Watching()) {
+        m_review_timer->stop();
+    }
 }
 
 void ServerSide::OnChat(WireReader& r, int sender, const QByteArray& bytes) {
@@ -252,8 +278,9 @@ void ServerSide::ForwardCarState(int from_slot, std::uint8_t progress, const QBy
 }
 
 void ServerSide::SendMsg(const QString& text) {
-    emit ChatLine(text, m_roster[0].Name);
-    SendToAll(ChatMsg{0, text});
+    const QString line = ChatText(text);
+    emit ChatLine(line, m_roster[0].Name);
+    SendToAll(ChatMsg{0, line});
 }
 
 void ServerSide::SendChatLine(std::uint8_t slot, const QString& text) {

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "net/InputGuard.h"
 #include "net/Messages.h"
 #include "net/Roster.h"
 #include "net/transport/ResultCodes.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 
 class QTimer;
@@ -18,7 +20,9 @@ struct Settings;
 // The host's half of the session protocol: it seats joining players, tells everyone about
 // arrivals and departures, measures lag, relays what clients say to the others and forwards
 // car states to the players on the stage. It trusts no client: a message that claims another
-// player's slot, or that only the host may send, is dropped.
+// player's slot, that only the host may send, or that does not decode exactly is dropped and
+// never relayed; a client that sends more than its budget has it dropped too, and one that
+// keeps it up is removed.
 class ServerSide : public QObject {
     Q_OBJECT
 
@@ -82,10 +86,13 @@ private:
     void OnVote(WireReader& r, int sender, const QByteArray& bytes);
     void OnSync(dpn::PlayerId sender);
 
-    // A message that did not decode is logged and dropped.
-    bool Readable(bool decoded, int sender, const QByteArray& bytes) const;
+    // A message that did not decode is counted against its sender and dropped.
+    bool Readable(bool decoded, int sender, const QByteArray& bytes);
     // A slot field must name the sender's own slot.
-    bool Speaks(int sender, std::uint8_t slot, const char* what) const;
+    bool Speaks(int sender, std::uint8_t slot, const char* what);
+    // Dropped input is summed up once a second, and persistent offenders removed.
+    void Review();
+    void ReviewInput();
     void ForwardCarState(int from_slot, std::uint8_t progress, const QByteArray& bytes);
     void Send(dpn::PlayerId to, const QByteArray& bytes, SendOption option);
     template <class Msg>
@@ -100,6 +107,9 @@ private:
     const QString& m_my_name;
     Clock& m_clock;
     QTimer* m_ping_timer;
+    QTimer* m_review_timer;
+    InputGuard m_guard;
+    QElapsedTimer m_uptime;
 };
 
 } // namespace tarvex

@@ -1,5 +1,6 @@
 #include "net/Wire.h"
 
+#include "net/TextRules.h"
 #include "net/transport/BufferString.h"
 
 #include <bit>
@@ -78,13 +79,22 @@ void WireReader::Raw(void* out, std::size_t size) {
     }
 }
 
-QString WireReader::Text() {
+QString WireReader::Text(int max_chars) {
     const auto size = std::uint16_t(I16());
+    if (size > MaxUtf8Bytes(max_chars)) {
+        m_ok = false;
+        return {};
+    }
     const std::uint8_t* data = Take(size);
     if (!data) {
         return {};
     }
-    return QString::fromUtf8(reinterpret_cast<const char*>(data), size);
+    QString text = QString::fromUtf8(reinterpret_cast<const char*>(data), size);
+    if (text.size() > max_chars) {
+        m_ok = false;
+        return {};
+    }
+    return text;
 }
 
 void WireReader::Skip(std::size_t size) {

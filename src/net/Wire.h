@@ -42,8 +42,10 @@ public:
     float F32();
     // Copies `size` bytes into `out`; on a short read `out` is zero-filled.
     void Raw(void* out, std::size_t size);
-    // A text longer than the bytes left is a broken message: nothing is allocated for it.
-    QString Text();
+    // A text longer than the bytes left, or longer than `max_chars` UTF-16 units, is a broken
+    // message: the reader is marked broken, and nothing is allocated for a count that cannot
+    // fit.
+    QString Text(int max_chars);
     void Skip(std::size_t size);
 
     bool ok() const { return m_ok; }

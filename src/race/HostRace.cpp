@@ -169,7 +169,7 @@ void HostRace::tmrRestart_Timer() {
         ReloadGameStage(m_parts);
     }
     flags.StartGiven = 0;
-    Run(m_parts.ForgetGhosts);
+    Run(m_parts.ClearGhostsReady);
     if (flags.TakingPart == 1) {
         SendGameStatus(PlayerStatus::Loading);
     }

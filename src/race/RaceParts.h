@@ -31,7 +31,7 @@ struct RaceParts {
     // The game bridge: the game is about to be started by us (it may be closed again later),
     // and the ghost objects of the game run are to be located afresh.
     std::function<void()> ClearGameClosing;
-    std::function<void()> ForgetGhosts;
+    std::function<void()> ClearGhostsReady;
 };
 
 // Starts the game from its executable, as a user would.

@@ -21,8 +21,14 @@ QString SingleText(float value) {
 
 QString FormatRaceTime(float seconds) {
     const double x = seconds;
-    if (x >= 9000) {
+    // What is no time at all (NaN, infinities, negative times) shows as not finished, so the
+    // conversions below only ever see 0 <= x < 9000.
+    if (!(x >= 0) || x >= 9000) {
         return QStringLiteral("--:--.--");
+    }
+    // The text of a tiny value is in exponent form ("1e-05"); cut to hundredths it is zero.
+    if (x < 0.01) {
+        return QStringLiteral("00:00.00");
     }
     // The two characters after the integer digits and the decimal point of the text.
     const QString text = SingleText(seconds);

@@ -11,7 +11,8 @@ namespace tarvex {
 QString SingleText(float value);
 
 // Seconds as "mm:ss.hh". The hundredths are cut from the decimal text, never rounded, and
-// anything from 9000 s up is "--:--.--" (not finished).
+// anything from 9000 s up is "--:--.--" (not finished), as is anything that is no time (NaN,
+// negative).
 QString FormatRaceTime(float seconds);
 
 // "True" / "False", as results print booleans.

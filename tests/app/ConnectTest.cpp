@@ -66,6 +66,15 @@ private slots:
         row("client, no port", false, "127.0.0.1", "", "Bob", "Invalid Address");
         row("client, no name", false, "127.0.0.1", "2005", "", "Invalid Name");
     }
+    // The box takes no more of a nickname than a session seats.
+    void nicknameBoxTakesThirtyTwoCharacters() {
+        App app;
+        QVERIFY(app.start_up->Start(QString()));
+        app.Click("ClientCMD");
+        app.Type("nicknameTXT", QString(40, u'n'));
+        QCOMPARE(app.Control<QLineEdit>("nicknameTXT")->text(), QString(32, u'n'));
+    }
+
     void validation() {
         QFETCH(bool, host);
         QFETCH(QString, address);

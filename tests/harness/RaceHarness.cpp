@@ -40,6 +40,9 @@ void RaceHarness::WireGame(Player& player) {
     // The profile menu is answered by the menu automation.
     tarvex.settings.BypassProfile = 1;
     tarvex.settings.ProfileSlot = 0;
+    // The others' cars shown as ghosts, as a fresh install has them.
+    tarvex.settings.ShowGhost = 1;
+    tarvex.settings.GhostModel = 6;
 }
 
 bool RaceHarness::StartHost(const Driver& driver, int player_limit) {

@@ -3,6 +3,7 @@
 #include "results/ResultsExport.h"
 
 #include <QTest>
+#include <optional>
 
 using namespace tarvex;
 using namespace tarvex::test;
@@ -75,6 +76,18 @@ private slots:
                               QStringLiteral("TEST"), QStringLiteral("GO")}));
         QCOMPARE(cid->client_flow().StatusText(), QStringLiteral("Status: Race in Session"));
         QVERIFY(race.WaitForStart());
+        // Under way, Ann's game shows the host's car as a ghost that moves with it.
+        std::optional<float> ghost_x;
+        QVERIFY(SessionHarness::WaitFor([&] {
+            for (const sim::GhostView& ghost : ann.machine->game()->GetStatus().ghosts) {
+                if (ghost.index == 0) {
+                    const bool moved = ghost_x && *ghost_x != ghost.x;
+                    ghost_x = ghost.x;
+                    return moved;
+                }
+            }
+            return false;
+        }));
         QVERIFY(race.WaitForFinish(everyone));
         CompareResults(everyone, everyone);
 
@@ -199,8 +212,11 @@ private slots:
         QVERIFY(SessionHarness::WaitFor([&] { return !bob.machine->Running(); }));
         QVERIFY(bob->console.Text().endsWith(QStringLiteral("* Error: You are not Ready")));
 
-        // Ann's race went on all the while.
+        // Ann's race went on all the while, and the game closed before it did not keep her car
+        // from going out to the others.
         QVERIFY(race.WaitForStart());
+        QVERIFY(SessionHarness::WaitFor(
+            [&] { return host->ghosts().Record(SlotOf(ann)).distance > 0; }));
         race.Start();
         QVERIFY(SessionHarness::WaitFor([&] {
             return bob->client_flow().StatusText() == QStringLiteral("Status: Idle") &&

@@ -11,53 +11,6 @@ class HandshakeTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void admitsOrRefusesInOrder_data() {
-        QTest::addColumn<QString>("guid");
-        QTest::addColumn<QString>("client_password");
-        QTest::addColumn<QString>("host_password");
-        QTest::addColumn<int>("players");
-        QTest::addColumn<int>("limit");
-        QTest::addColumn<quint32>("verdict");
-
-        const QString ours = QLatin1String(dpn::ApplicationGuid);
-        const QString other = QStringLiteral("{4726CF1F-714B-5108-28BC-EF9C95D9EA18}");
-        QTest::newRow("open session") << ours << ""
-                                      << "" << 1 << 12 << dpn::DPN_OK;
-        QTest::newRow("open session ignores a password") << ours << "x"
-                                                         << "" << 5 << 12 << dpn::DPN_OK;
-        QTest::newRow("right password") << ours << "pw"
-                                        << "pw" << 11 << 12 << dpn::DPN_OK;
-        QTest::newRow("wrong password") << ours << "pW"
-                                        << "pw" << 1 << 12 << dpn::DPNERR_INVALIDPASSWORD;
-        QTest::newRow("no password") << ours << ""
-                                     << "pw" << 1 << 12 << dpn::DPNERR_INVALIDPASSWORD;
-        QTest::newRow("full") << ours << ""
-                              << "" << 2 << 2 << dpn::DPNERR_SESSIONFULL;
-        QTest::newRow("version beats password")
-            << other << "pw"
-            << "pw" << 1 << 12 << dpn::DPNERR_INVALIDAPPLICATION;
-        QTest::newRow("version beats wrong password")
-            << other << "no"
-            << "pw" << 12 << 12 << dpn::DPNERR_INVALIDAPPLICATION;
-        QTest::newRow("password beats full") << ours << "no"
-                                             << "pw" << 12 << 12 << dpn::DPNERR_INVALIDPASSWORD;
-    }
-    void admitsOrRefusesInOrder() {
-        QFETCH(QString, guid);
-        QFETCH(QString, client_password);
-        QFETCH(QString, host_password);
-        QFETCH(int, players);
-        QFETCH(int, limit);
-        QFETCH(quint32, verdict);
-
-        const QByteArray nonce = NewNonce();
-        const Hello hello{guid, QStringLiteral("Bob"), PasswordProof(nonce, client_password)};
-        // Through the wire form, as the host sees it.
-        const auto parsed = ParseHello(BuildHello(hello));
-        QVERIFY(parsed);
-        QCOMPARE(Admit(*parsed, {nonce, host_password, players, limit}), verdict);
-    }
-
     void proofIsBoundToTheNonce() {
         const QByteArray nonce = NewNonce();
         const Hello replayed{QLatin1String(dpn::ApplicationGuid), QStringLiteral("Eve"),

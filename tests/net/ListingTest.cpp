@@ -1,5 +1,6 @@
 #include "FreePort.h"
 #include "TestRegistry.h"
+#include "net/transport/BufferString.h"
 #include "net/transport/PublicListing.h"
 
 #include <QNetworkDatagram>
@@ -11,7 +12,7 @@ using namespace tarvex;
 namespace {
 
 QByteArray NextDatagram(QUdpSocket& socket) {
-    if (!socket.hasPendingDatagrams() && !socket.waitForReadyRead(5000)) {
+    if (!QTest::qWaitFor([&] { return socket.hasPendingDatagrams(); }, 5000)) {
         return {};
     }
     return socket.receiveDatagram().data();
@@ -49,6 +50,21 @@ private slots:
         QCOMPARE(BuildListingDatagram(info), expected);
     }
 
+    // A name too long for its 16-bit count is cut, never in the middle of a character, so the
+    // fields after it stay where a reader looks for them.
+    void overlongNameIsCutAtACharacter() {
+        ListingInfo info;
+        // 0xFFFF bytes do not hold a whole number of three-byte characters.
+        info.server_name = QString(30000, QChar(0x20AC));
+        info.host_name = QStringLiteral("Ann");
+        const QByteArray bytes = BuildListingDatagram(info);
+        qsizetype pos = 7;
+        QCOMPARE(ReadBufferString(bytes, pos),
+                 std::optional<QString>(QString(21845, QChar(0x20AC))));
+        QCOMPARE(ReadBufferString(bytes, pos), std::optional<QString>(QStringLiteral("Ann")));
+        QCOMPARE(bytes.size() - pos, 4);
+    }
+
     // Both endpoints get the same datagram, built afresh at every tick.
     void sendsToListServerAndBroadcast() {
         QUdpSocket list_server;
@@ -61,8 +77,10 @@ private slots:
         info.player_count = 1;
         info.port = 2005;
         PublicListing listing([&info] { return info; });
-        listing.SetListServer(QStringLiteral("127.0.0.1:%1").arg(list_server.localPort()));
+        // A name is looked up on the side; the tick that comes first is sent once it is known.
+        listing.SetListServer(QStringLiteral("localhost:%1").arg(list_server.localPort()));
         listing.SetBroadcastTarget(QStringLiteral("127.0.0.1"), broadcast.localPort());
+        QVERIFY(listing.LookingUp());
 
         listing.DoGTimer();
         QVERIFY(listing.IsRunning());

@@ -155,22 +155,6 @@ private slots:
         QCOMPARE(StatusName(std::uint8_t(status), start_given), name);
     }
 
-    void PadsCells_data() {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("width");
-        QTest::addColumn<QString>("cell");
-        QTest::newRow("short") << "Ann" << 6 << "Ann   ";
-        QTest::newRow("exact") << "Annika" << 6 << "Annika";
-        QTest::newRow("long") << "Annika Svensson" << 6 << "Annika";
-        QTest::newRow("empty") << "" << 3 << "   ";
-    }
-    void PadsCells() {
-        QFETCH(QString, text);
-        QFETCH(int, width);
-        QFETCH(QString, cell);
-        QCOMPARE(PadCell(text, width), cell);
-    }
-
     // Finished players by time, then the rest by progress; free slots have no line; the host's
     // board carries the hint that fits the race.
     void BuildsTheStandingsBoard_data() {

@@ -1,4 +1,5 @@
-#include "SessionHarness.h"
+#include "RawPeer.h"
+#include "RecordingSessions.h"
 #include "TestRegistry.h"
 
 #include <QProcess>
@@ -72,40 +73,15 @@ private slots:
         const quint16 port = host.Open();
         QVERIFY(port != 0);
 
-        ENetHost* raw = enet_host_create(nullptr, 1, 3, 0, 0);
-        QVERIFY(raw);
-        ENetAddress address;
-        enet_address_set_host(&address, "127.0.0.1");
-        address.port = port;
-        ENetPeer* peer = enet_host_connect(raw, &address, 3, 0);
-        QVERIFY(peer);
-        bool challenged = false;
-        quint32 disconnect_reason = 0;
-        bool disconnected = false;
-        const bool done = QTest::qWaitFor(
-            [&] {
-                ENetEvent event;
-                while (enet_host_service(raw, &event, 0) > 0) {
-                    if (event.type == ENET_EVENT_TYPE_RECEIVE) {
-                        challenged = true;
-                        enet_packet_destroy(event.packet);
-                        if (!sent.isEmpty()) {
-                            enet_peer_send(peer, 0,
-                                           enet_packet_create(sent.constData(), sent.size(),
-                                                              ENET_PACKET_FLAG_RELIABLE));
-                        }
-                    } else if (event.type == ENET_EVENT_TYPE_DISCONNECT) {
-                        disconnected = true;
-                        disconnect_reason = event.data;
-                    }
-                }
-                return disconnected;
-            },
-            10000);
-        enet_host_destroy(raw);
-        QVERIFY(done);
-        QVERIFY(challenged);
-        QCOMPARE(disconnect_reason, reason);
+        RawPeer joiner;
+        ENetPeer* peer = joiner.Connect(port);
+        QVERIFY(joiner.ServeUntil([&] { return !joiner.received.isEmpty(); }));
+        QVERIFY(handshake::ParseChallenge(joiner.received.first().bytes));
+        if (!sent.isEmpty()) {
+            joiner.Send(peer, sent);
+        }
+        QVERIFY(joiner.ServeUntil([&] { return !joiner.disconnects.isEmpty(); }));
+        QCOMPARE(joiner.disconnects, QList<quint32>{reason});
         QCOMPARE(host.created.size(), 1);
         QVERIFY(host.received.isEmpty());
     }

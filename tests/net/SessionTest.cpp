@@ -1,4 +1,4 @@
-#include "SessionHarness.h"
+#include "RecordingSessions.h"
 #include "TestRegistry.h"
 
 #include <QNetworkDatagram>
@@ -44,6 +44,8 @@ private slots:
             << "k3y" << 12 << 0 << "k3y" << older << dpn::DPNERR_INVALIDAPPLICATION;
         QTest::newRow("limit 2, second client")
             << "" << 2 << 1 << "" << ours << dpn::DPNERR_SESSIONFULL;
+        QTest::newRow("full, and the password wrong too")
+            << "k3y" << 2 << 1 << "key" << ours << dpn::DPNERR_INVALIDPASSWORD;
         QTest::newRow("limit 3, second client") << "" << 3 << 1 << "" << ours << dpn::DPN_OK;
     }
     void joinOutcome() {
@@ -283,6 +285,30 @@ private slots:
         QCOMPARE(client.dialogs->messages.size(), 1);
         QCOMPARE(client.dialogs->messages[0].title, QStringLiteral("mdlDirectPlayConnect"));
         QVERIFY(client.dialogs->messages[0].text.startsWith(QStringLiteral("Error 0x80158040: ")));
+    }
+
+    // A host given by name is looked up while the program goes on; one that cannot be found
+    // ends the attempt like a failed connection, with no box of its own.
+    void hostNamesAreLookedUpOnTheSide_data() {
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<quint32>("result");
+        QTest::newRow("found") << "localhost" << dpn::DPN_OK;
+        // Not even a name: refused without asking anyone on the network.
+        QTest::newRow("not found") << "no such host" << dpn::DPNERR_ADDRESSING;
+    }
+    void hostNamesAreLookedUpOnTheSide() {
+        QFETCH(QString, address);
+        QFETCH(quint32, result);
+        RecordingHost host;
+        const quint16 port = host.Open();
+        QVERIFY(port != 0);
+        RecordingClient client;
+        QVERIFY(client.session.Connect(address, port, QStringLiteral("Bob"), QString()));
+        QVERIFY(client.session.IsConnecting());
+        QVERIFY(client.completes.isEmpty());
+        QTRY_COMPARE(client.completes, QList<dpn::ResultCode>{result});
+        QVERIFY(client.dialogs->messages.isEmpty());
+        QCOMPARE(client.session.IsConnected(), result == dpn::DPN_OK);
     }
 };
 

@@ -75,6 +75,21 @@ private slots:
                                         QByteArray::number(kCode + 0x1000, 16) + " r-xp"));
         const std::uint32_t word = 0xDEADBEEF;
         QVERIFY(!memory.Write(m_self, kCode + 0x1000, &word, 4)); // unmapped
+
+        // A group spanning both kinds of page lands whole, however the system has to split it.
+        const std::uint32_t a = 0xA1A2A3A4, b = 0xB1B2B3B4;
+        const MemoryWrite data_only[] = {{kData + 0x40, &a, 4}, {kData + 0x48, &b, 2}};
+        QVERIFY(memory.WriteGroup(m_self, data_only));
+        QCOMPARE(QByteArray(reinterpret_cast<const char*>(m_pages + 0x40), 12),
+                 QByteArray::fromHex("a4a3a2a1 44454647 b4b34a4b"));
+        const MemoryWrite mixed[] = {{kData + 0x80, &a, 4}, {kCode + 0x80, &b, 4}};
+        QVERIFY(memory.WriteGroup(m_self, mixed));
+        QCOMPARE(QByteArray(reinterpret_cast<const char*>(m_pages + 0x80), 4),
+                 QByteArray::fromHex("a4a3a2a1"));
+        QCOMPARE(QByteArray(reinterpret_cast<const char*>(m_pages + 0x1080), 4),
+                 QByteArray::fromHex("b4b3b2b1"));
+        const MemoryWrite past_end[] = {{kData + 0xC0, &a, 4}, {kCode + 0xFFE, &b, 4}};
+        QVERIFY(!memory.WriteGroup(m_self, past_end));
     }
 
     void badProcessesFailQuietly_data() {
@@ -90,6 +105,8 @@ private slots:
         std::uint32_t value = 0;
         QVERIFY(!memory.Read(pid, kData, &value, 4));
         QVERIFY(!memory.Write(pid, kData, &value, 4));
+        const MemoryWrite piece{kData, &value, 4};
+        QVERIFY(!memory.WriteGroup(pid, {&piece, 1}));
         QCOMPARE(memory.ExecutablePath(pid), QString());
         QVERIFY(!memory.Terminate(pid)); // never a kill of this process or its group
     }

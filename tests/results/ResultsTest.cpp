@@ -6,6 +6,7 @@
 
 #include <QSignalSpy>
 #include <QTest>
+#include <limits>
 
 using namespace tarvex;
 using namespace tarvex::test;
@@ -41,6 +42,11 @@ private slots:
         QTest::newRow("whole seconds") << 5.0f << "00:05.00";
         QTest::newRow("zero") << 0.0f << "00:00.00";
         QTest::newRow("hundreds") << 612.07f << "10:12.07";
+        QTest::newRow("tiny") << 1e-5f << "00:00.00";
+        QTest::newRow("NaN") << std::numeric_limits<float>::quiet_NaN() << "--:--.--";
+        QTest::newRow("infinity") << std::numeric_limits<float>::infinity() << "--:--.--";
+        QTest::newRow("negative") << -0.5f << "--:--.--";
+        QTest::newRow("huge negative") << -1e30f << "--:--.--";
     }
 
     void format_race_time() {

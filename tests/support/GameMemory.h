@@ -5,6 +5,7 @@
 
 #include <QString>
 #include <functional>
+#include <memory>
 
 namespace tarvex::test {
 
@@ -52,5 +53,11 @@ private:
     std::function<QString()> m_executable;
     std::function<void()> m_terminate;
 };
+
+// A game that is always there, whatever the process id, and cannot be ended.
+inline std::shared_ptr<GameMemory> SpaceAsProcess(sim::AddressSpace& space) {
+    return std::make_shared<GameMemory>([&space](std::uint32_t) { return &space; },
+                                        [] { return QString(); }, [] {});
+}
 
 } // namespace tarvex::test

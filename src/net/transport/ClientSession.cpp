@@ -1,9 +1,12 @@
 #include "net/transport/ClientSession.h"
 
+#include "net/Messages.h"
 #include "net/transport/Handshake.h"
 #include "platform/Dialogs.h"
 
 #include <QByteArray>
+#include <QHostAddress>
+#include <QHostInfo>
 #include <QLoggingCategory>
 
 Q_DECLARE_LOGGING_CATEGORY(lcTransport)
@@ -41,7 +44,7 @@ bool ClientSession::DirectPlayInit(quint16 port) {
                            QStringLiteral("No network endpoint could be created."));
         return false;
     }
-    Attach(std::move(host));
+    Attach(std::move(host), MaxHostMessageBytes, MaxClientMessageBytes);
     return true;
 }
 
@@ -50,27 +53,15 @@ bool ClientSession::Connect(const QString& address, quint16 port, const QString&
     if (!DirectPlayInit(port)) {
         return false;
     }
-    ENetAddress target;
-    target.port = port;
-    if (address.trimmed().isEmpty() ||
-        enet_address_set_host(&target, address.toUtf8().constData()) != 0) {
+    const QString host_name = address.trimmed();
+    if (host_name.isEmpty()) {
         ReportStartFailure(m_dialogs.get(), QStringLiteral("mdlDirectPlayConnect"),
                            dpn::DPNERR_ADDRESSING,
                            QStringLiteral("The address \"%1\" could not be found.").arg(address));
         return false;
     }
-    m_peer = enet_host_connect(Host(), &target, ChannelCount, 0);
-    if (m_peer == nullptr) {
-        ReportStartFailure(m_dialogs.get(), QStringLiteral("mdlDirectPlayConnect"),
-                           dpn::DPNERR_GENERIC,
-                           QStringLiteral("The connection could not be started."));
-        return false;
-    }
-    // ENet would give up on a silent host after about 15 s; the attempt's own deadline (Tick)
-    // decides instead, so ENet is told to wait longer than that.
-    enet_peer_timeout(m_peer, ENET_PEER_TIMEOUT_LIMIT, Timeouts().connect_ms + 5000,
-                      Timeouts().connect_ms + 5000);
-    m_name = name;
+    // The host seats at most this much of a name, so nothing more is sent.
+    m_name = SeatedName(name);
     m_password = password;
     m_application_guid = application_guid;
     m_session_name.clear();
@@ -80,8 +71,57 @@ bool ClientSession::Connect(const QString& address, quint16 port, const QString&
     m_player_limit = 0;
     m_state = State::Connecting;
     m_attempt_clock.start();
-    Flush();
+    ++m_attempt;
+
+    QHostAddress literal;
+    if (literal.setAddress(host_name)) {
+        Dial(literal, port);
+        return true;
+    }
+    // A name can take seconds to look up; the window and the connect countdown go on meanwhile.
+    QHostInfo::lookupHost(host_name, this,
+                          [this, attempt = m_attempt, port](const QHostInfo& info) {
+                              if (attempt != m_attempt || m_state != State::Connecting) {
+                                  return; // the attempt was abandoned or replaced
+                              }
+                              for (const QHostAddress& found : info.addresses()) {
+                                  if (found.protocol() == QAbstractSocket::IPv4Protocol) {
+                                      Dial(found, port);
+                                      return;
+                                  }
+                              }
+                              qCWarning(lcTransport) << "host name" << info.hostName()
+                                                     << "not found:" << info.errorString();
+                              Fail(dpn::DPNERR_ADDRESSING);
+                          });
     return true;
+}
+
+void ClientSession::Dial(const QHostAddress& address, quint16 port) {
+    ENetAddress target;
+    target.port = port;
+    m_peer =
+        address.protocol() == QAbstractSocket::IPv4Protocol &&
+                enet_address_set_host_ip(&target, address.toString().toLatin1().constData()) == 0
+            ? enet_host_connect(Host(), &target, ChannelCount, 0)
+            : nullptr;
+    if (m_peer == nullptr) {
+        Fail(dpn::DPNERR_ADDRESSING);
+        return;
+    }
+    // ENet would give up on a silent host after about 15 s; the attempt's own deadline (Tick)
+    // decides instead, so ENet is told to wait longer than that.
+    enet_peer_timeout(m_peer, ENET_PEER_TIMEOUT_LIMIT, Timeouts().connect_ms + 5000,
+                      Timeouts().connect_ms + 5000);
+    Flush();
+}
+
+void ClientSession::Fail(dpn::ResultCode code) {
+    // Reported like a refusal, in turn with whatever else is waiting to be handled.
+    EnetEvent failed;
+    failed.type = ENET_EVENT_TYPE_DISCONNECT;
+    failed.data = code;
+    Post(std::move(failed));
 }
 
 void ClientSession::Send(const QByteArray& bytes, quint32 timeout_ms, quint32 flags) {
@@ -95,6 +135,7 @@ void ClientSession::Send(const QByteArray& bytes, quint32 timeout_ms, quint32 fl
 
 void ClientSession::CloseClient() {
     const bool was_open = Host() != nullptr;
+    ++m_attempt;
     Detach(0);
     m_peer = nullptr;
     m_state = State::Idle;
@@ -172,7 +213,7 @@ void ClientSession::OnHandshake(const QByteArray& bytes) {
     if (const auto accept = handshake::ParseAccept(bytes)) {
         m_player_id = accept->player_id;
         m_host_player_id = accept->host_player_id;
-        m_session_name = accept->session_name;
+        m_session_name = Capped(OneLine(accept->session_name), MaxSessionNameChars);
         m_player_limit = accept->player_limit;
         m_state = State::Admitted;
         emit ConnectComplete(dpn::DPN_OK);

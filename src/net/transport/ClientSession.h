@@ -4,6 +4,7 @@
 #include "net/transport/ResultCodes.h"
 
 #include <QElapsedTimer>
+#include <QHostAddress>
 #include <QString>
 #include <memory>
 #include <vector>
@@ -30,9 +31,10 @@ public:
     bool DirectPlayInit(quint16 port);
     // Starts joining the host at `address`:`port` as `name`. The password only feeds the
     // proof of the handshake; `application_guid` is this program's own unless a test asks
-    // otherwise. A start failure (an address that cannot be resolved) shows the critical box
-    // titled "mdlDirectPlayConnect" and returns false; the outcome of a started attempt is
-    // ConnectComplete.
+    // otherwise. A host name is looked up without waiting for it. A start failure (no address
+    // at all) shows the critical box titled "mdlDirectPlayConnect" and returns false; the
+    // outcome of a started attempt is ConnectComplete, DPNERR_ADDRESSING for a name that
+    // could not be found.
     bool Connect(const QString& address, quint16 port, const QString& name, const QString& password,
                  const QString& application_guid = QLatin1String(dpn::ApplicationGuid));
     // Sends to the host; `flags` as for HostSession::SendTo. Ignored unless admitted.
@@ -64,6 +66,8 @@ protected:
 private:
     enum class State { Idle, Connecting, Admitted, Ended };
 
+    void Dial(const QHostAddress& address, quint16 port);
+    void Fail(dpn::ResultCode code);
     void OnHandshake(const QByteArray& bytes);
     void EndAttempt(dpn::ResultCode code);
 
@@ -80,6 +84,8 @@ private:
     // Messages on the other lanes that arrived before the accept.
     std::vector<QByteArray> m_early;
     QElapsedTimer m_attempt_clock;
+    // Tells a name look-up's answer from the attempt it was for.
+    quint64 m_attempt = 0;
     bool m_closing = false;
 };
 

@@ -18,7 +18,6 @@ namespace {
 // Often enough for ENet's retransmits (its shortest wait is tens of milliseconds) and pings;
 // the socket notifier, not this timer, carries the received traffic.
 constexpr int RetransmitIntervalMs = 20;
-constexpr size_t MaximumMessageBytes = 256 * 1024;
 // A peer that floods the socket must not keep timers and input waiting: after this many events
 // the rest is served on the event loop's next turn.
 constexpr int MaximumEventsPerService = 256;
@@ -59,14 +58,18 @@ EnetPump::~EnetPump() {
     m_host.reset();
 }
 
-void EnetPump::Attach(EnetHostPtr host) {
+void EnetPump::Attach(EnetHostPtr host, std::size_t largest_incoming,
+                      std::size_t largest_outgoing) {
     m_host = std::move(host);
-    // Session messages are small (the largest, a welcome to a full session, is a few
-    // kilobytes); a peer that announces megabytes is not one of ours and gets nothing buffered.
-    m_host->maximumPacketSize = MaximumMessageBytes;
+    m_largest_incoming = largest_incoming;
+    m_largest_outgoing = largest_outgoing;
+    // Session messages are small; a peer that announces more than the longest one there is, is
+    // not one of ours, and ENet drops what it sends as it reads it, fragments and all.
+    m_host->maximumPacketSize = largest_incoming;
     // ENet lets each peer park 32 MB of fragments and out-of-order packets; a host with a few
-    // dozen joiners would give a hostile one a gigabyte to fill. A few messages' worth is plenty.
-    m_host->maximumWaitingData = 4 * MaximumMessageBytes;
+    // dozen joiners would give a hostile one a gigabyte to fill. A window's worth of messages
+    // is plenty.
+    m_host->maximumWaitingData = 128 * largest_incoming;
     m_queue.clear();
     m_notifier = new QSocketNotifier(m_host->socket, QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, [this] { Service(); });
@@ -123,7 +126,13 @@ bool EnetPump::SendPacket(ENetPeer* peer, const QByteArray& bytes, quint8 channe
     if (packet == nullptr) {
         return false;
     }
-    if (enet_peer_send(peer, channel, packet) != 0) {
+    // ENet has one limit for both directions and checks it for sends only here, in
+    // enet_peer_send; the host's welcome is longer than anything a client may send it.
+    ENetHost* host = m_host.get();
+    host->maximumPacketSize = m_largest_outgoing;
+    const int sent = enet_peer_send(peer, channel, packet);
+    host->maximumPacketSize = m_largest_incoming;
+    if (sent != 0) {
         enet_packet_destroy(packet);
         return false;
     }
@@ -181,6 +190,9 @@ void EnetPump::Service() {
     }
     if (got < 0) {
         qCWarning(lcTransport) << "ENet service failed";
+    }
+    if (m_host) {
+        Serviced();
     }
     // ENet may hold the rest already, so the socket notifier would not call again.
     if (events == MaximumEventsPerService && !m_service_queued) {

@@ -25,8 +25,13 @@ using EnetHostPtr = std::unique_ptr<ENetHost, EnetHostDeleter>;
 struct TransportTimeouts {
     // A connected peer that has answered nothing for this long is gone.
     quint32 silence_ms = 15000;
-    // A joining client whose handshake is not complete by then is dropped by the host.
-    quint32 handshake_ms = 10000;
+    // A joiner that has not answered the host's challenge by then is dropped: a real client
+    // answers within one round trip, and every joiner holds one of the host's few places for
+    // joins in progress.
+    quint32 handshake_ms = 3000;
+    // A connect whose acknowledgement never comes is forgotten by the host after this long,
+    // instead of the half a minute ENet would keep trying.
+    quint32 connect_ack_ms = 3000;
     // A client gives up an attempt after this long. Longer than the connect dialog's own
     // 31-second countdown, so the dialog speaks first when a host never answers.
     quint32 connect_ms = 35000;
@@ -66,8 +71,10 @@ public:
     const TransportTimeouts& Timeouts() const { return m_timeouts; }
 
 protected:
-    // Takes ownership of a freshly created host and starts serving it.
-    void Attach(EnetHostPtr host);
+    // Takes ownership of a freshly created host and starts serving it. ENet refuses, before
+    // buffering a byte of them, packets longer than `largest_incoming`; the session's own sends
+    // may be up to `largest_outgoing` long.
+    void Attach(EnetHostPtr host, std::size_t largest_incoming, std::size_t largest_outgoing);
     // Disconnects every peer with `reason`, serves the socket for a short while so that they
     // hear it, then destroys the host. Queued events are dropped: after a close nothing is
     // reported any more.
@@ -86,6 +93,9 @@ protected:
     virtual void Handle(const EnetEvent& event) = 0;
     // Called on every retransmit tick, for deadlines of the session's own.
     virtual void Tick() {}
+    // Called after every service of the socket, before the events it brought are handled:
+    // where the host looks at what ENet did without telling (connects in progress).
+    virtual void Serviced() {}
 
     // Queues a session event that did not come from ENet (the host's own player), to be
     // delivered from the event loop like any other.
@@ -101,6 +111,8 @@ private:
     std::deque<EnetEvent> m_queue;
     bool m_dispatching = false;
     bool m_service_queued = false;
+    std::size_t m_largest_incoming = 0;
+    std::size_t m_largest_outgoing = 0;
     TransportTimeouts m_timeouts;
 };
 

@@ -1,10 +1,13 @@
 #include "net/transport/HostSession.h"
 
+#include "net/Messages.h"
 #include "net/transport/Handshake.h"
 #include "platform/Dialogs.h"
 
 #include <QLoggingCategory>
 #include <QRandomGenerator>
+#include <limits>
+#include <utility>
 
 Q_DECLARE_LOGGING_CATEGORY(lcTransport)
 
@@ -13,9 +16,28 @@ namespace tarvex {
 namespace {
 
 // Room for a full session plus joiners that are still to be refused: a client that finds no
-// free peer slot gets no answer at all, and it should hear "Session Full" instead.
-constexpr size_t PeerSlots = 32;
+// free peer slot gets no answer at all, and it should hear "Session Full" instead. Many more
+// than a session has players, so that hostile joiners never take the last one.
+constexpr size_t PeerSlots = 64;
+// Joins in progress one address may have at a time; a real player has one.
+constexpr int PendingPerAddress = 4;
+// ENet's own cap on connections from one address: a full session's clients behind one router,
+// and the joins in progress.
+constexpr size_t PeersPerAddress = 11 + PendingPerAddress;
+// A joiner's link is given up after this long without an acknowledgement, so that one that is
+// refused and never acknowledges it gives back its place soon.
+constexpr quint32 JoinerTimeoutMs = 3000;
+// Wrong passwords an address may try before its verdicts are held back; then every further
+// verdict waits, twice as long each time up to the longest wait. An address that has not
+// guessed wrong for a minute starts afresh.
+constexpr int FreeGuesses = 3;
+constexpr qint64 FirstWaitMs = 500;
+constexpr qint64 LongestWaitMs = 8000;
+constexpr qint64 ForgetGuessesMs = 60000;
 constexpr dpn::PlayerId IdMask = 0x7FFFFFFF;
+
+static_assert(1 + 8 + 2 + MaxUtf8Bytes(MaxSessionNameChars) + 1 <= MaxHostMessageBytes,
+              "the accept must fit the host's longest message");
 
 } // namespace
 
@@ -48,14 +70,17 @@ bool HostSession::InitServer(const QString& session_name, int player_limit, quin
                                    "another program.")
                         .arg(port));
     }
+    host->duplicatePeers = PeersPerAddress;
 
-    m_session_name = session_name;
+    m_session_name = Capped(OneLine(session_name), MaxSessionNameChars);
     m_password = password;
     m_player_limit = player_limit;
     m_next_id = QRandomGenerator::global()->generate() & IdMask;
     m_host_player = NewPlayerId();
     m_clock.start();
-    Attach(std::move(host));
+    m_unacknowledged.clear();
+    m_guesses.clear();
+    Attach(std::move(host), MaxClientMessageBytes, MaxHostMessageBytes);
 
     // The host's own player joins like any other, through the event queue, so that whoever
     // handles the events sees it first and after InitServer has returned.
@@ -100,6 +125,9 @@ std::optional<quint32> HostSession::GetConnectionInfo(dpn::PlayerId id) const {
 
 void HostSession::DestroyClient(dpn::PlayerId id) {
     if (ENetPeer* peer = PeerOf(id)) {
+        // A client that is sent away and does not acknowledge it keeps its place no longer
+        // than a joiner would.
+        enet_peer_timeout(peer, ENET_PEER_TIMEOUT_LIMIT, JoinerTimeoutMs, JoinerTimeoutMs);
         enet_peer_disconnect(peer, dpn::DPNERR_HOSTTERMINATEDSESSION);
         Flush();
     }
@@ -112,6 +140,8 @@ void HostSession::CloseServer() {
     Detach(dpn::DPNERR_HOSTTERMINATEDSESSION);
     m_peers.clear();
     m_players.clear();
+    m_unacknowledged.clear();
+    m_guesses.clear();
     m_host_player = 0;
     m_player_limit = 0;
 }
@@ -127,8 +157,24 @@ quint16 HostSession::Port() const {
 void HostSession::Handle(const EnetEvent& event) {
     switch (event.type) {
     case ENET_EVENT_TYPE_NONE:
-        // The host's own player, posted by InitServer.
-        emit CreatePlayer(event.data);
+        if (event.peer == nullptr) {
+            // The host's own player, posted by InitServer.
+            emit CreatePlayer(event.data);
+        } else if (auto found = m_peers.find(event.peer);
+                   found != m_peers.end() && found->second.held_hello &&
+                   found->second.connect_id == event.connect_id &&
+                   IsSameConnection(event.peer, found->second)) {
+            // A held hello whose wait is over (Tick); but another verdict for the address, due
+            // at the same moment, may have come first and started a new wait.
+            Peer& state = found->second;
+            const qint64 next = m_guesses[state.address].next_verdict_ms;
+            if (m_clock.elapsed() < next) {
+                state.verdict_at_ms = next;
+                break;
+            }
+            const QByteArray hello = *std::exchange(state.held_hello, std::nullopt);
+            Decide(event.peer, state, hello);
+        }
         break;
     case ENET_EVENT_TYPE_CONNECT:
         OnConnect(event.peer, event.connect_id);
@@ -152,22 +198,91 @@ void HostSession::Handle(const EnetEvent& event) {
 }
 
 void HostSession::Tick() {
-    // Joiners that connect and then say nothing would hold a peer slot for ever.
     const qint64 now = m_clock.elapsed();
     for (auto& [peer, state] : m_peers) {
-        if (state.id == 0 && IsSameConnection(peer, state) &&
-            now - state.connected_at_ms >= qint64(Timeouts().handshake_ms)) {
-            qCInfo(lcTransport) << "dropping a joiner whose handshake did not arrive";
-            enet_peer_disconnect(peer, dpn::DPNERR_NORESPONSE);
+        if (state.id != 0 || state.refused || !IsSameConnection(peer, state)) {
+            continue;
+        }
+        if (state.held_hello) {
+            if (now < state.verdict_at_ms) {
+                continue;
+            }
+            // Another verdict for the address may have come first and moved its wait on.
+            const qint64 next = m_guesses[state.address].next_verdict_ms;
+            if (now < next) {
+                state.verdict_at_ms = next;
+                continue;
+            }
+            // The verdict may admit a player, and that is an event like any other: it waits its
+            // turn behind the others.
+            state.verdict_at_ms = std::numeric_limits<qint64>::max();
+            EnetEvent due;
+            due.type = ENET_EVENT_TYPE_NONE;
+            due.peer = peer;
+            due.connect_id = state.connect_id;
+            Post(std::move(due));
+        } else if (now - state.connected_at_ms >= qint64(Timeouts().handshake_ms)) {
+            // Joiners that connect and then say nothing would hold a place for ever.
+            qCDebug(lcTransport) << "dropping a joiner whose handshake did not arrive";
+            Refuse(peer, state, dpn::DPNERR_NORESPONSE);
         }
     }
+
+    for (auto it = m_unacknowledged.begin(); it != m_unacknowledged.end();) {
+        ENetPeer* peer = it->first;
+        const bool waiting = peer->state == ENET_PEER_STATE_ACKNOWLEDGING_CONNECT &&
+                             peer->connectID == it->second.connect_id;
+        if (waiting && now - it->second.seen_at_ms >= qint64(Timeouts().connect_ack_ms)) {
+            enet_peer_reset(peer);
+        }
+        if (!waiting || peer->state == ENET_PEER_STATE_DISCONNECTED) {
+            it = m_unacknowledged.erase(it);
+        } else {
+            ++it;
+        }
+    }
+
+    std::erase_if(m_guesses, [now](const auto& entry) {
+        return now - entry.second.last_wrong_ms >= ForgetGuessesMs &&
+               now >= entry.second.next_verdict_ms;
+    });
     Flush();
 }
 
+void HostSession::Serviced() {
+    // ENet answers a connect at once and only reports it when the answer is acknowledged; a
+    // joiner that never acknowledges would keep its place for half a minute, unseen.
+    ENetHost* host = Host();
+    const qint64 now = m_clock.elapsed();
+    for (size_t i = 0; i < host->peerCount; ++i) {
+        ENetPeer* peer = &host->peers[i];
+        if (peer->state != ENET_PEER_STATE_ACKNOWLEDGING_CONNECT) {
+            continue;
+        }
+        auto known = m_unacknowledged.find(peer);
+        if (known != m_unacknowledged.end() && known->second.connect_id == peer->connectID) {
+            continue;
+        }
+        // One address may not take more than a few places with joins it does not finish.
+        if (PendingFrom(peer->address.host) >= PendingPerAddress) {
+            enet_peer_reset(peer);
+            continue;
+        }
+        m_unacknowledged[peer] = {peer->connectID, peer->address.host, now};
+    }
+}
+
 void HostSession::OnConnect(ENetPeer* peer, quint32 connect_id) {
-    ConfigurePeer(peer, Timeouts().silence_ms);
+    m_unacknowledged.erase(peer);
+    if (PendingFrom(peer->address.host) >= PendingPerAddress) {
+        qCDebug(lcTransport) << "too many joins at once from one address; one dropped";
+        enet_peer_disconnect_now(peer, dpn::DPNERR_NORESPONSE);
+        return;
+    }
+    ConfigurePeer(peer, std::min(Timeouts().silence_ms, JoinerTimeoutMs));
     Peer state;
     state.connect_id = connect_id;
+    state.address = peer->address.host;
     state.nonce = handshake::NewNonce();
     state.connected_at_ms = m_clock.elapsed();
     const QByteArray challenge = handshake::BuildChallenge(state.nonce);
@@ -177,23 +292,48 @@ void HostSession::OnConnect(ENetPeer* peer, quint32 connect_id) {
 }
 
 void HostSession::OnHandshake(ENetPeer* peer, Peer& state, const QByteArray& bytes) {
-    if (!IsSameConnection(peer, state)) {
+    // One hello per joiner; whatever follows it before the verdict is not for us.
+    if (!IsSameConnection(peer, state) || state.refused || state.held_hello || state.hello_seen) {
         return;
     }
-    const auto hello = handshake::ParseHello(bytes);
+    state.hello_seen = true;
+    const qint64 next =
+        m_guesses.contains(state.address) ? m_guesses[state.address].next_verdict_ms : 0;
+    if (m_clock.elapsed() < next) {
+        state.held_hello = bytes;
+        state.verdict_at_ms = next;
+        return;
+    }
+    Decide(peer, state, bytes);
+}
+
+void HostSession::Decide(ENetPeer* peer, Peer& state, const QByteArray& hello_bytes) {
+    const auto hello = handshake::ParseHello(hello_bytes);
     if (!hello) {
-        qCWarning(lcTransport) << "malformed handshake from a joiner; dropping it";
-        Refuse(peer, dpn::DPNERR_INVALIDAPPLICATION);
+        qCDebug(lcTransport) << "malformed handshake from a joiner; dropping it";
+        Refuse(peer, state, dpn::DPNERR_INVALIDAPPLICATION);
         return;
     }
     const dpn::ResultCode verdict =
         handshake::Admit(*hello, {state.nonce, m_password, PlayerCount(), m_player_limit});
+    if (verdict == dpn::DPNERR_INVALIDPASSWORD) {
+        const qint64 now = m_clock.elapsed();
+        Guesses& guesses = m_guesses[state.address];
+        guesses.wrong = now - guesses.last_wrong_ms < ForgetGuessesMs ? guesses.wrong + 1 : 1;
+        guesses.last_wrong_ms = now;
+        if (guesses.wrong > FreeGuesses) {
+            const int doublings = std::min(guesses.wrong - FreeGuesses - 1, 8);
+            guesses.next_verdict_ms = now + std::min(FirstWaitMs << doublings, LongestWaitMs);
+        }
+    }
     if (verdict != dpn::DPN_OK) {
-        Refuse(peer, verdict);
+        Refuse(peer, state, verdict);
         return;
     }
+    m_guesses.erase(state.address);
+    ConfigurePeer(peer, Timeouts().silence_ms);
     state.id = NewPlayerId();
-    state.name = hello->nickname;
+    state.name = SeatedName(hello->nickname);
     state.nonce.clear();
     m_players[state.id] = peer;
 
@@ -221,9 +361,21 @@ void HostSession::OnDisconnect(ENetPeer* peer) {
     }
 }
 
-void HostSession::Refuse(ENetPeer* peer, dpn::ResultCode code) {
+void HostSession::Refuse(ENetPeer* peer, Peer& state, dpn::ResultCode code) {
+    state.refused = true;
     enet_peer_disconnect(peer, code);
     Flush();
+}
+
+int HostSession::PendingFrom(quint32 address) const {
+    int pending = 0;
+    for (const auto& [peer, state] : m_peers) {
+        pending += state.id == 0 && state.address == address;
+    }
+    for (const auto& [peer, waiting] : m_unacknowledged) {
+        pending += waiting.address == address;
+    }
+    return pending;
 }
 
 dpn::PlayerId HostSession::NewPlayerId() {

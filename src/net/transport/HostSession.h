@@ -17,6 +17,10 @@ class Dialogs;
 // The host side of a session: it listens on a UDP port, admits clients through the join
 // handshake and carries messages between the host's own player and them.
 //
+// Nobody on the network can keep others out: there are more connection places than session
+// places, a joiner has a few seconds to answer, one address may have only a few joins in
+// progress, and an address that keeps guessing the password waits longer for every verdict.
+//
 // Channels: 0 reliable ordered (SendReliable), 1 reliable for urgent messages (SendUrgent),
 // 2 unreliable (SendUnreliable). Events arrive on the thread that runs the event loop, one at a
 // time and in arrival order per sender; the first CreatePlayer after InitServer is the host's
@@ -69,20 +73,43 @@ signals:
 protected:
     void Handle(const EnetEvent& event) override;
     void Tick() override;
+    void Serviced() override;
 
 private:
     struct Peer {
         quint32 connect_id = 0;
+        quint32 address = 0;
         QByteArray nonce;
         qint64 connected_at_ms = 0;
         dpn::PlayerId id = 0; // 0 until admitted
         QString name;
+        // A hello held back while its address waits out a run of wrong passwords.
+        std::optional<QByteArray> held_hello;
+        qint64 verdict_at_ms = 0;
+        bool hello_seen = false;
+        bool refused = false;
+    };
+    // What the host remembers of an address that guessed wrong.
+    struct Guesses {
+        int wrong = 0;
+        qint64 last_wrong_ms = 0;
+        qint64 next_verdict_ms = 0;
+    };
+    // A connect ENet has answered and is waiting to see acknowledged.
+    struct Unacknowledged {
+        quint32 connect_id = 0;
+        quint32 address = 0;
+        qint64 seen_at_ms = 0;
     };
 
     void OnConnect(ENetPeer* peer, quint32 connect_id);
     void OnHandshake(ENetPeer* peer, Peer& state, const QByteArray& bytes);
+    void Decide(ENetPeer* peer, Peer& state, const QByteArray& hello_bytes);
     void OnDisconnect(ENetPeer* peer);
-    void Refuse(ENetPeer* peer, dpn::ResultCode code);
+    void Refuse(ENetPeer* peer, Peer& state, dpn::ResultCode code);
+    // Joins in progress from the address: connects not yet acknowledged and joiners not yet
+    // admitted.
+    int PendingFrom(quint32 address) const;
     dpn::PlayerId NewPlayerId();
     // The player's connection while it is still up, else null. Between the end of a connection
     // and its DestroyPlayer (a handler may be waiting) ENet may already have given the slot to
@@ -99,6 +126,8 @@ private:
     dpn::PlayerId m_next_id = 0;
     std::unordered_map<ENetPeer*, Peer> m_peers;
     std::map<dpn::PlayerId, ENetPeer*> m_players;
+    std::unordered_map<ENetPeer*, Unacknowledged> m_unacknowledged;
+    std::unordered_map<quint32, Guesses> m_guesses;
 };
 
 } // namespace tarvex

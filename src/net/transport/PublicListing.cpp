@@ -16,23 +16,6 @@ namespace {
 constexpr quint8 ListingKind = 5;
 constexpr quint8 EndMark = 255;
 
-// Names are looked up once, when the listing starts; a name that does not resolve leaves that
-// endpoint silent instead of holding up the host.
-QHostAddress Resolve(const QString& host) {
-    QHostAddress literal;
-    if (literal.setAddress(host)) {
-        return literal;
-    }
-    const QHostInfo info = QHostInfo::fromName(host);
-    for (const QHostAddress& address : info.addresses()) {
-        if (address.protocol() == QAbstractSocket::IPv4Protocol) {
-            return address;
-        }
-    }
-    qCWarning(lcTransport) << "listing endpoint" << host << "could not be resolved";
-    return {};
-}
-
 } // namespace
 
 QByteArray BuildListingDatagram(const ListingInfo& info) {
@@ -56,33 +39,74 @@ QByteArray BuildListingDatagram(const ListingInfo& info) {
 PublicListing::PublicListing(std::function<ListingInfo()> current, QObject* parent)
     : QObject(parent)
     , m_current(std::move(current))
-    , m_timer(new QTimer(this))
-    , m_global_socket(new QUdpSocket(this))
-    , m_broadcast_socket(new QUdpSocket(this)) {
+    , m_timer(new QTimer(this)) {
+    m_list_server.socket = new QUdpSocket(this);
+    m_broadcast.socket = new QUdpSocket(this);
     m_timer->setInterval(IntervalMs);
     connect(m_timer, &QTimer::timeout, this, &PublicListing::gTimer_Timer);
 }
 
 void PublicListing::SetBroadcastTarget(const QString& address, quint16 port) {
-    m_broadcast_address = Resolve(address);
-    m_broadcast_port = port;
+    SetEndpoint(m_broadcast, address, port);
 }
 
 void PublicListing::SetListServer(const QString& host_and_port) {
-    m_list_server_address.clear();
-    m_list_server_port = 0;
     const qsizetype colon = host_and_port.lastIndexOf(QLatin1Char(':'));
-    if (colon <= 0) {
-        return;
-    }
     bool ok = false;
-    const uint port = host_and_port.mid(colon + 1).toUInt(&ok);
-    if (!ok || port == 0 || port > 65535) {
+    const uint port = colon > 0 ? host_and_port.mid(colon + 1).toUInt(&ok) : 0;
+    if (colon > 0 && (!ok || port == 0 || port > 65535)) {
         qCWarning(lcTransport) << "listing server" << host_and_port << "has no valid port";
+    }
+    if (!ok || port == 0 || port > 65535) {
+        SetEndpoint(m_list_server, QString(), 0);
         return;
     }
-    m_list_server_address = Resolve(host_and_port.left(colon));
-    m_list_server_port = static_cast<quint16>(port);
+    SetEndpoint(m_list_server, host_and_port.left(colon), static_cast<quint16>(port));
+}
+
+bool PublicListing::LookingUp() const {
+    return m_list_server.looking_up || m_broadcast.looking_up;
+}
+
+void PublicListing::SetEndpoint(Endpoint& endpoint, const QString& host, quint16 port) {
+    const quint64 generation = ++endpoint.generation;
+    endpoint.address.clear();
+    endpoint.port = port;
+    endpoint.looking_up = false;
+    endpoint.owed = false;
+    const QString name = host.trimmed();
+    if (name.isEmpty() || port == 0 || endpoint.address.setAddress(name)) {
+        return;
+    }
+    // A name that does not resolve leaves that endpoint silent instead of holding up the host.
+    endpoint.looking_up = true;
+    QHostInfo::lookupHost(name, this, [this, &endpoint, generation](const QHostInfo& info) {
+        if (generation != endpoint.generation) {
+            return;
+        }
+        endpoint.looking_up = false;
+        for (const QHostAddress& address : info.addresses()) {
+            if (address.protocol() == QAbstractSocket::IPv4Protocol) {
+                endpoint.address = address;
+                break;
+            }
+        }
+        if (endpoint.address.isNull()) {
+            qCWarning(lcTransport)
+                << "listing endpoint" << info.hostName() << "could not be resolved";
+        } else if (endpoint.owed && IsRunning()) {
+            SendTo(endpoint, BuildListingDatagram(m_current()));
+        }
+        endpoint.owed = false;
+    });
+}
+
+void PublicListing::SendTo(Endpoint& endpoint, const QByteArray& datagram) {
+    if (endpoint.looking_up) {
+        endpoint.owed = true;
+    } else if (!endpoint.address.isNull() && endpoint.port != 0) {
+        endpoint.socket->writeDatagram(datagram, endpoint.address, endpoint.port);
+    }
 }
 
 void PublicListing::DoGTimer() {
@@ -100,12 +124,8 @@ bool PublicListing::IsRunning() const {
 
 void PublicListing::gTimer_Timer() {
     const QByteArray datagram = BuildListingDatagram(m_current());
-    if (!m_list_server_address.isNull() && m_list_server_port != 0) {
-        m_global_socket->writeDatagram(datagram, m_list_server_address, m_list_server_port);
-    }
-    if (!m_broadcast_address.isNull() && m_broadcast_port != 0) {
-        m_broadcast_socket->writeDatagram(datagram, m_broadcast_address, m_broadcast_port);
-    }
+    SendTo(m_list_server, datagram);
+    SendTo(m_broadcast, datagram);
 }
 
 } // namespace tarvex

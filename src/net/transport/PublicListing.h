@@ -31,6 +31,8 @@ QByteArray BuildListingDatagram(const ListingInfo& info);
 
 // Announces a hosted session every 10 s over UDP: first to the listing server (when one is
 // configured), then to the broadcast endpoint. Nothing is ever received on these sockets.
+// Endpoints given by name are looked up without holding up the host; an endpoint whose name
+// is still being looked up at a tick gets that tick's datagram once its address is known.
 class PublicListing : public QObject {
     Q_OBJECT
 
@@ -44,6 +46,8 @@ public:
     void SetBroadcastTarget(const QString& address, quint16 port);
     // The listing server as "host:port"; empty or unreadable means there is none.
     void SetListServer(const QString& host_and_port);
+    // True while a name given for an endpoint is still being looked up.
+    bool LookingUp() const;
 
     // Starts the timer and sends one datagram at once.
     void DoGTimer();
@@ -54,14 +58,23 @@ public:
     void gTimer_Timer();
 
 private:
+    struct Endpoint {
+        QUdpSocket* socket = nullptr;
+        QHostAddress address;
+        quint16 port = 0;
+        // Which setting a look-up answers; a newer setting makes older answers void.
+        quint64 generation = 0;
+        bool looking_up = false;
+        bool owed = false;
+    };
+
+    void SetEndpoint(Endpoint& endpoint, const QString& host, quint16 port);
+    void SendTo(Endpoint& endpoint, const QByteArray& datagram);
+
     std::function<ListingInfo()> m_current;
     QTimer* m_timer;
-    QUdpSocket* m_global_socket;
-    QUdpSocket* m_broadcast_socket;
-    QHostAddress m_broadcast_address;
-    quint16 m_broadcast_port = 0;
-    QHostAddress m_list_server_address;
-    quint16 m_list_server_port = 0;
+    Endpoint m_list_server;
+    Endpoint m_broadcast;
 };
 
 } // namespace tarvex

@@ -65,6 +65,37 @@ bool ProcfsProcessMemory::Write(std::uint32_t pid, std::uint32_t address, const 
     return written == ssize_t(size);
 }
 
+bool ProcfsProcessMemory::WriteGroup(std::uint32_t pid, std::span<const MemoryWrite> pieces) {
+    if (!IsProcessId(pid)) {
+        return false;
+    }
+    if (pieces.empty()) {
+        return true;
+    }
+    if (pieces.size() <= IOV_MAX) {
+        std::vector<iovec> local(pieces.size());
+        std::vector<iovec> remote(pieces.size());
+        ssize_t total = 0;
+        for (size_t i = 0; i < pieces.size(); ++i) {
+            local[i] = {const_cast<void*>(pieces[i].data), pieces[i].size};
+            remote[i] = {reinterpret_cast<void*>(std::uintptr_t(pieces[i].address)),
+                         pieces[i].size};
+            total += ssize_t(pieces[i].size);
+        }
+        if (process_vm_writev(pid_t(pid), local.data(), local.size(), remote.data(), remote.size(),
+                              0) == total) {
+            return true;
+        }
+    }
+    // A read-only page stops the call part way; writing the same bytes again is harmless.
+    for (const MemoryWrite& piece : pieces) {
+        if (!Write(pid, piece.address, piece.data, piece.size)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 QString ProcfsProcessMemory::ExecutablePath(std::uint32_t pid) {
     if (!IsProcessId(pid)) {
         return {};
