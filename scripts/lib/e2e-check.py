@@ -290,19 +290,25 @@ def check_chat(root, names, status, line):
 
 def figures(root, names, status, spreads, ghost_errors):
     n = len(names)
-    # The window to measure: the last race, while every car drives and every game draws all
-    # the others' ghosts.
-    last_stage = next((s.get("stage_name") for s in reversed(status[names[0]])
-                       if s.get("stage_name")), None)
+    # The window to measure: the last race in which every car drove while every game drew all
+    # the others' ghosts, from the first moment that held everywhere to the last.
+    stages = []
+    for s in status[names[0]]:
+        if s.get("stage_name") and s["stage_name"] not in stages:
+            stages.append(s["stage_name"])
     begin, end = 0, math.inf
-    for name in names:
-        full = [s["t"] for s in status[name]
-                if s.get("stage_name") == last_stage and len(s.get("ghosts", [])) == n - 1
-                and s.get("race_time", 0) > 0 and not s.get("finished")]
-        if not full:
-            print(f"figure: {name}'s game never drew all {n - 1} ghosts on {last_stage}")
-            return
-        begin, end = max(begin, full[0]), min(end, full[-1])
+    for stage in reversed(stages):
+        begin, end = 0, math.inf
+        for name in names:
+            full = [s["t"] for s in status[name]
+                    if s.get("stage_name") == stage and len(s.get("ghosts", [])) == n - 1
+                    and s.get("race_time", 0) > 0 and not s.get("finished")]
+            if not full:
+                end = 0
+                break
+            begin, end = max(begin, full[0]), min(end, full[-1])
+        if end > begin:
+            break
     if end <= begin:
         print(f"figure: no stretch in which all {n} cars drove with every ghost")
         return
