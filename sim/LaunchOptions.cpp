@@ -64,6 +64,9 @@ void Apply(LaunchOptions& o, const std::vector<std::string>& args) {
             o.game.false_start = true;
         } else if (name == "vote") {
             o.game.after_finish = AfterFinish::VoteRestart;
+        } else if (name == "vote-stage") {
+            o.game.after_finish = AfterFinish::VoteRestart;
+            o.game.vote_stage = int(number(0));
         } else if (name == "exit") {
             o.game.after_finish = AfterFinish::ExitToTarvex;
         } else if (name == "fps") {

@@ -152,8 +152,10 @@ int main(int argc, char** argv) {
     game.SetHookClickHandler([&window](std::uint32_t handle) { window.SendClick(handle); });
 
     FILE* status = nullptr;
+    // Appended: Tarvex starts the game afresh for every race, and one file then tells the
+    // whole session.
     if (!options.status_file.empty()) {
-        status = std::fopen(options.status_file.c_str(), "w");
+        status = std::fopen(options.status_file.c_str(), "a");
     }
     std::string last_status;
     sim::Renderer renderer;
