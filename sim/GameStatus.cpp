@@ -14,11 +14,31 @@ using namespace internal;
 
 namespace {
 
-// Texts from game memory are 8-bit: bytes from 0x80 up are written as the code points of the
+// The length of the UTF-8 sequence that starts at `i`, or 0 when the bytes there are not one.
+std::size_t Utf8Sequence(const std::string& text, std::size_t i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const std::size_t length = byte >= 0xF0 && byte <= 0xF4   ? 4
+                               : byte >= 0xE0 && byte <= 0xEF ? 3
+                               : byte >= 0xC2 && byte <= 0xDF ? 2
+                                                              : 0;
+    if (length == 0 || i + length > text.size()) {
+        return 0;
+    }
+    for (std::size_t k = 1; k < length; ++k) {
+        if ((static_cast<unsigned char>(text[i + k]) & 0xC0) != 0x80) {
+            return 0;
+        }
+    }
+    return length;
+}
+
+// The 16-bit texts arrive as UTF-8 and pass through as they are. The 8-bit ones may hold any
+// byte: a byte from 0x80 up that starts no UTF-8 sequence is written as the code point of the
 // same number, so that whatever the memory held, the line stays valid JSON.
 std::string JsonString(const std::string& text) {
     std::string out = "\"";
-    for (char c : text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
         switch (c) {
         case '"':
             out += "\\\"";
@@ -31,7 +51,11 @@ std::string JsonString(const std::string& text) {
             break;
         default: {
             const auto byte = static_cast<unsigned char>(c);
-            if (byte < 0x20 || byte >= 0x80) {
+            const std::size_t sequence = byte >= 0x80 ? Utf8Sequence(text, i) : 0;
+            if (sequence > 0) {
+                out.append(text, i, sequence);
+                i += sequence - 1;
+            } else if (byte < 0x20 || byte >= 0x80) {
                 char buffer[8];
                 std::snprintf(buffer, sizeof buffer, "\\u%04x", byte);
                 out += buffer;

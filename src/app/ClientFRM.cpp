@@ -25,7 +25,7 @@ ClientFRM::ClientFRM(Tarvex& tarvex, QWidget* parent)
     , m_race(new RaceControlsBox(tarvex, *m_rows, false, this)) {
     const RaceWindowLayout parts =
         LayOutRaceWindow(*this, QStringLiteral("ClientFRM"), QStringLiteral("Tarvex - Client"),
-                         *m_race, *m_rows, m_tarvex.console);
+                         *m_race, *m_rows, m_tarvex);
     m_lblServerName = parts.lblServerName;
     m_lblStatus = parts.lblStatus;
     m_MainTXT = parts.MainTXT;

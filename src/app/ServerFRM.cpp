@@ -22,7 +22,7 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
     , m_race(new RaceControlsBox(tarvex, *m_rows, true, this)) {
     const RaceWindowLayout parts =
         LayOutRaceWindow(*this, QStringLiteral("ServerFRM"), QStringLiteral("Tarvex - Server"),
-                         *m_race, *m_rows, m_tarvex.console);
+                         *m_race, *m_rows, m_tarvex);
     m_lblServerName = parts.lblServerName;
     m_lblStatus = parts.lblStatus;
     m_MainTXT = parts.MainTXT;

@@ -1,5 +1,6 @@
 #include "app/Tarvex.h"
 
+#include "app/InGameRace.h"
 #include "fairplay/PhysicsCheck.h"
 #include "race/GameData.h"
 #include "race/RaceLink.h"
@@ -15,6 +16,8 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
     , m_platform(std::move(platform))
     , m_config_folder(std::move(config_folder))
     , m_bridge(new GameBridge(m_platform, m_game, stored, IsHost, m_ghost_files, this))
+    , m_in_game_chat(new InGameChat(m_game, *m_bridge, *m_platform.desktop, *m_platform.keyboard,
+                                    console, chat_input, this))
     , m_server(new HostSession(m_platform.dialogs, this))
     , m_client(new ClientSession(m_platform.dialogs, this))
     , m_server_side(
@@ -45,6 +48,15 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
             [this] { m_server_side->SendGameData(CurrentGameData()); });
     connect(m_client_side, &ClientSide::ChatLine, &console, &ChatConsole::DisplayMsg);
     connect(m_client_side, &ClientSide::SystemLine, &console, &ChatConsole::DisplayText);
+    console.SetGameMessageBox(m_in_game_chat);
+    m_in_game_chat->SetRace(InGameRace(*this));
+    chat_input.SetSend([this](const QString& text) {
+        if (IsHost) {
+            m_server_side->SendMsg(text);
+        } else {
+            m_client_side->SendMsg(text);
+        }
+    });
     m_ghosts.SetGameClosing([this] { return m_bridge->GameClosing(); });
     m_ghosts.SetSender([this](const CarStateMsg& state) {
         if (IsHost) {
@@ -64,6 +76,8 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
 }
 
 Tarvex::~Tarvex() {
+    // The hook belongs to the platform, which goes before the chat that it calls back.
+    m_in_game_chat->UnhookKeyboard();
     if (m_hook != 0) {
         m_platform.desktop->DestroyHookButton(m_hook);
     }

@@ -2,6 +2,8 @@
 
 #include "app/Settings.h"
 #include "chat/ChatConsole.h"
+#include "chat/ChatInput.h"
+#include "chat/InGameChat.h"
 #include "game/GameBridge.h"
 #include "game/GameProcess.h"
 #include "game/GameStateReader.h"
@@ -58,6 +60,8 @@ public:
 
     // The race window's console and the overlay's last lines.
     ChatConsole console{settings.ChatSeconds};
+    // The race window's chat line, which in-game chat types into as well.
+    ChatInput chat_input{console, roster, settings.QuickMessages};
 
     // The session transport: the server side on the host, the client side when joining. Both
     // exist for the whole run; only the one of the chosen role is ever opened.
@@ -74,6 +78,8 @@ public:
     GhostFiles& ghost_files() { return m_ghost_files; }
     // What this copy writes into its game: set-up, patches, menu automation (mnuTimer).
     GameBridge& bridge() { return *m_bridge; }
+    // The chat lines and the standings board inside the game, and its chat keys (textTimer).
+    InGameChat& in_game_chat() { return *m_in_game_chat; }
     // The other players' cars as ghosts in that game; our car state goes out through the
     // session of the role played.
     GhostExchange& ghosts() { return m_ghosts; }
@@ -121,6 +127,7 @@ private:
     GameProcess m_game{m_platform};
     GhostFiles m_ghost_files{m_game, settings};
     GameBridge* m_bridge;
+    InGameChat* m_in_game_chat;
     GhostExchange m_ghosts{m_game, *m_platform.clock, roster, settings};
     HostSession* m_server;
     ClientSession* m_client;

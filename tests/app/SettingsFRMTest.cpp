@@ -319,7 +319,7 @@ private slots:
         QPointer<SettingsFRM> gone = form;
         form->close();
         QCOMPARE(closed.size(), 1);
-        QCOMPARE(window.focusWidget(), Child(&window, "MainTXT"));
+        QCOMPARE(window.focusWidget(), Child(&window, "dataTXT"));
         QTRY_VERIFY(!gone);
         // Opened again, it shows the settings as they are now.
         form = OpenOptions(&window);

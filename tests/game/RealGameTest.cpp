@@ -1,4 +1,5 @@
 #include "RaceReadySettings.h"
+#include "RealMachine.h"
 #include "TempFolder.h"
 #include "TestRegistry.h"
 #include "XProgram.h"
@@ -9,16 +10,9 @@
 #include "game/ProbeGame.h"
 #include "ghost/GhostFiles.h"
 #include "platform/Platform.h"
-#include "platform/linux/MonotonicClock.h"
-#include "platform/linux/ProcfsProcessMemory.h"
-#include "platform/linux/XInputKeyboardHook.h"
-#include "platform/linux/XcbConnection.h"
-#include "platform/linux/XcbDesktop.h"
 #include "platform/qt/QtShell.h"
 
 #include <QFile>
-#include <QFileInfo>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QTest>
@@ -32,56 +26,13 @@ namespace {
 
 // The Tarvex side of one machine: the native platform on the given display.
 Platform PlatformOn(const QString& display) {
-    Platform platform;
-    platform.clock = std::make_shared<MonotonicClock>();
-    platform.memory = std::make_shared<ProcfsProcessMemory>();
-    platform.desktop = std::make_shared<XcbDesktop>(std::make_shared<XcbConnection>(display));
-    platform.keyboard =
-        std::make_shared<XInputKeyboardHook>(std::make_shared<XcbConnection>(display));
+    Platform platform = test::NativeOn(display);
     platform.shell = std::make_shared<QtShell>();
     return platform;
 }
 
-// The stand-in game started on a display, from a game folder of its own.
-class RunningGame {
-public:
-    RunningGame(const QString& executable, const QString& display, const QStringList& arguments,
-                const QString& status_file = {}) {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DISPLAY"), display);
-        m_process.setProcessEnvironment(environment);
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        // Its own folder as working folder, as Tarvex starts it.
-        m_process.setWorkingDirectory(QFileInfo(executable).path());
-        QStringList all = arguments;
-        if (!status_file.isEmpty()) {
-            all << QStringLiteral("--status") << status_file;
-        }
-        m_process.start(executable, all);
-        m_process.waitForStarted(5000);
-    }
-    ~RunningGame() {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.kill();
-            m_process.waitForFinished(5000);
-        }
-    }
-    std::uint32_t Pid() const { return std::uint32_t(m_process.processId()); }
-    QProcess& Process() { return m_process; }
-
-private:
-    QProcess m_process;
-};
-
-// The game's last reported state.
-QJsonObject LastStatus(const QString& status_file) {
-    QFile file(status_file);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    const QList<QByteArray> lines = file.readAll().trimmed().split('\n');
-    return QJsonDocument::fromJson(lines.last()).object();
-}
+using test::LastStatus;
+using test::RunningGame;
 
 constexpr int kStartTimeout = 10000;
 // An address in the game's static data that nothing of the game uses.
@@ -96,9 +47,8 @@ class RealGameTest : public QObject {
 
 private slots:
     void initTestCase() {
-        const QString built =
-            qEnvironmentVariable("TARVEX_BINARY_DIR") + QStringLiteral("/sim/DuneholtRally");
-        if (!QFile::exists(built)) {
+        const QString built = test::BuiltGame();
+        if (built.isEmpty()) {
             QSKIP("the stand-in game is not built");
         }
         m_folder = std::make_unique<test::TempFolder>();

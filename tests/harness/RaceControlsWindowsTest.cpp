@@ -115,7 +115,10 @@ private slots:
         QCOMPARE(forms[0]->tList->count(), 1);
         QVERIFY(forms[0]->tList->item(0)->text().startsWith(
             QStringLiteral("Hostess\tCitroen Xsara\tAuto\tGravel Wet\t")));
+        // Closed, it leaves the player where they type.
+        server->findChild<QWidget*>(QStringLiteral("MainTXT"))->setFocus();
         forms[0]->close();
+        QCOMPARE(server->focusWidget(), server->findChild<QWidget*>(QStringLiteral("dataTXT")));
     }
 
     // Ready, Start and Stop on the windows: the status lines, the caption and what may be

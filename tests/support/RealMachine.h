@@ -1,0 +1,69 @@
+#pragma once
+
+#include "TempFolder.h"
+#include "XvfbServer.h"
+#include "platform/Platform.h"
+#include "platform/fake/FakePlatform.h"
+
+#include <QImage>
+#include <QJsonObject>
+#include <QProcess>
+#include <QStringList>
+#include <memory>
+
+namespace tarvex {
+class Tarvex;
+}
+
+namespace tarvex::test {
+
+// The stand-in game as the build made it; empty when it was not built.
+QString BuiltGame();
+
+// The native parts of a platform that reach a display and a process: the clock, process memory,
+// the desktop and the keyboard hook on `display`. The rest is taken from `base`.
+Platform NativeOn(const QString& display, Platform base = {});
+
+// The stand-in game started on a display, from its own folder as working folder, as Tarvex
+// starts it. With a status file, the game reports its state there.
+class RunningGame {
+public:
+    RunningGame(const QString& executable, const QString& display, const QStringList& arguments,
+                const QString& status_file = {});
+    ~RunningGame();
+    std::uint32_t Pid() const { return std::uint32_t(m_process.processId()); }
+    QProcess& Process() { return m_process; }
+
+private:
+    QProcess m_process;
+};
+
+// The game's last reported state.
+QJsonObject LastStatus(const QString& status_file);
+
+// What an X server shows, as a picture.
+QImage Screenshot(const QString& display);
+
+// One player's machine: an X server of its own, a real game in a game folder of its own, and a
+// whole copy of Tarvex reaching that game through the native platform. Dialogs, the shell and
+// sounds stay fakes, so the test can read what they were asked.
+class Machine {
+public:
+    Machine(const QString& executable, const QStringList& arguments);
+    ~Machine();
+
+    bool Started() const;
+    QString Display() const { return m_server.Display(); }
+    QJsonObject Status() const;
+
+    FakePlatform fake;
+    std::unique_ptr<Tarvex> tarvex;
+
+private:
+    XvfbServer m_server;
+    TempFolder m_game_folder;
+    TempFolder m_config;
+    std::unique_ptr<RunningGame> m_game;
+};
+
+} // namespace tarvex::test
