@@ -191,6 +191,8 @@ Status Game::GetStatus() const {
     s.pre_start = mem.F32(rb + race::PreStartClock);
     s.race_time = mem.F32(rb + race::RaceTime);
     s.distance = mem.F32(rb + race::DistanceDriven);
+    s.position = {mem.F32(m_car_body + 0x140), mem.F32(m_car_body + 0x144),
+                  mem.F32(m_car_body + 0x148)};
     s.splits = mem.I32(rb + race::SplitsPassed);
     s.split1 = mem.F32(rb + race::Split1Time);
     s.split2 = mem.F32(rb + race::Split2Time);
@@ -369,6 +371,8 @@ std::string Game::StatusJson() const {
         .Add("pre_start", s.pre_start >= 0.0f)
         .Add("race_time", std::floor(s.race_time * 10.0f) / 10.0)
         .Add("distance", std::floor(s.distance))
+        .Raw("pos", JsonArray(std::array<double, 3>{tenths(s.position.x), tenths(s.position.y),
+                                                    tenths(s.position.z)}))
         .Add("splits", s.splits)
         .Add("split1", s.split1)
         .Add("split2", s.split2)

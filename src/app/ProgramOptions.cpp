@@ -39,6 +39,22 @@ ProgramOptions::ProgramOptions()
                           QStringLiteral("Save a picture of the race window to <file> once every "
                                          "driver of a launched race has finished or left."),
                           QStringLiteral("file"))
+    , m_stages(QStringLiteral("stages"),
+               QStringLiteral("Host: hold one race on each of these stages in turn, given as "
+                              "positions in the stage list counted from 0 (as STAGE in "
+                              "Tarvex.ini), separated by commas. Each race is stopped once its "
+                              "drivers have finished or left, and the next stage chosen."),
+               QStringLiteral("list"))
+    , m_races(QStringLiteral("races"),
+              QStringLiteral("With --quit-when-finished and --finish-screenshot: wait for "
+                             "<count> races instead of one (the host: as many as --stages "
+                             "lists)."),
+              QStringLiteral("count"))
+    , m_session_log(QStringLiteral("session-log"),
+                    QStringLiteral("Add to <file> every console line, every change of a "
+                                   "player's status and of the own Ready box, each with the "
+                                   "time."),
+                    QStringLiteral("file"))
     , m_check(QStringLiteral("check-game-files"),
               QStringLiteral("Check the game in <folder> for stock physics as a host with cheat "
                              "protection demands, print what is wrong (or \"game files: ok\"), "
@@ -61,11 +77,32 @@ ProgramOptions::ProgramOptions()
     m_parser.addOption(m_results);
     m_parser.addOption(m_quit);
     m_parser.addOption(m_finish_screenshot);
+    m_parser.addOption(m_stages);
+    m_parser.addOption(m_races);
+    m_parser.addOption(m_session_log);
 }
 
 int ProgramOptions::StartWhenReady() const {
     bool ok = false;
     const int count = m_parser.value(m_start_when_ready).toInt(&ok);
+    return ok && count > 0 ? count : 0;
+}
+
+QList<int> ProgramOptions::Stages() const {
+    QList<int> stages;
+    for (const QString& item : m_parser.value(m_stages).split(u',', Qt::SkipEmptyParts)) {
+        bool ok = false;
+        const int stage = item.trimmed().toInt(&ok);
+        if (ok && stage >= 0) {
+            stages.append(stage);
+        }
+    }
+    return stages;
+}
+
+int ProgramOptions::Races() const {
+    bool ok = false;
+    const int count = m_parser.value(m_races).toInt(&ok);
     return ok && count > 0 ? count : 0;
 }
 

@@ -32,6 +32,11 @@ public:
     QStringList ResultsFiles() const { return m_parser.values(m_results); }
     bool WantsQuitWhenFinished() const { return m_parser.isSet(m_quit); }
     QString FinishScreenshot() const { return m_parser.value(m_finish_screenshot); }
+    // Host: the stage list positions of the session's races, in order; empty when not asked.
+    QList<int> Stages() const;
+    // How many races the session holds before --quit-when-finished ends it; 0 when not asked.
+    int Races() const;
+    QString SessionLog() const { return m_parser.value(m_session_log); }
     // The quick-start argument, empty when there is none.
     const QString& StartCommand() const { return m_start_command; }
 
@@ -51,6 +56,9 @@ private:
     QCommandLineOption m_results;
     QCommandLineOption m_quit;
     QCommandLineOption m_finish_screenshot;
+    QCommandLineOption m_stages;
+    QCommandLineOption m_races;
+    QCommandLineOption m_session_log;
     QCommandLineOption m_check;
     QString m_start_command;
     QString m_program;

@@ -5,7 +5,9 @@
 
 #include <QFile>
 #include <QLoggingCategory>
+#include <QTime>
 #include <QTimer>
+#include <algorithm>
 #include <filesystem>
 
 namespace tarvex {
@@ -16,6 +18,8 @@ Q_LOGGING_CATEGORY(UnattendedLog, "tarvex.unattended")
 
 // Before ending, the last messages of the session get the time to leave.
 constexpr int kEndDelayMs = 1000;
+// How often an unticked Ready box is looked at between races.
+constexpr int kReadyAgainMs = 1000;
 
 } // namespace
 
@@ -25,7 +29,10 @@ Unattended::Unattended(Tarvex& tarvex, UnattendedOptions options, std::function<
     , m_tarvex(tarvex)
     , m_options(std::move(options))
     , m_end_program(std::move(end_program))
-    , m_save_picture(std::move(save_picture)) {
+    , m_save_picture(std::move(save_picture))
+    , m_ready_again(new QTimer(this)) {
+    m_ready_again->setInterval(kReadyAgainMs);
+    connect(m_ready_again, &QTimer::timeout, this, &Unattended::TickReadyAgain);
     // Queued throughout: these act on the session from outside, never in the middle of
     // handling one of its messages (the welcome reports Idle after its handlers have run).
     connect(&tarvex.client_side(), &ClientSide::Welcome, this, &Unattended::Seated,
@@ -47,6 +54,62 @@ Unattended::Unattended(Tarvex& tarvex, UnattendedOptions options, std::function<
         WriteResults();
         CheckOver();
     });
+    if (!m_options.session_log.isEmpty()) {
+        m_log = new QFile(m_options.session_log, this);
+        if (!m_log->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text)) {
+            qCWarning(UnattendedLog).noquote()
+                << "cannot write the session log to" << m_options.session_log << ":"
+                << m_log->errorString();
+        }
+        connect(&tarvex.console, &ChatConsole::Appended, this, [this](const QString& piece) {
+            const QString line = piece.startsWith(QStringLiteral("\r\n")) ? piece.mid(2) : piece;
+            Log(QStringLiteral("console ") + line);
+        });
+        connect(&tarvex.server_side(), &ServerSide::StatusChanged, this, &Unattended::LogSlot);
+        connect(&tarvex.server_side(), &ServerSide::SlotChanged, this, &Unattended::LogSlot);
+        connect(&tarvex.client_side(), &ClientSide::StatusChanged, this, &Unattended::LogSlot);
+        connect(&tarvex.client_side(), &ClientSide::SlotChanged, this, &Unattended::LogSlot);
+        for (ReadyBox* box : {&tarvex.host_control().chkReady, &tarvex.client_flow().chkReady}) {
+            connect(box, &ReadyBox::Changed, this, [this, box] {
+                // The box also changes when it is enabled or disabled; only its tick is news.
+                if (&m_tarvex.chkReady() == box && box->Ticked() != m_logged_ready) {
+                    m_logged_ready = box->Ticked();
+                    Log(m_logged_ready ? QStringLiteral("ready ticked")
+                                       : QStringLiteral("ready unticked"));
+                }
+            });
+        }
+    }
+}
+
+void Unattended::Log(const QString& line) {
+    if (m_log && m_log->isOpen()) {
+        m_log->write((QTime::currentTime().toString(QStringLiteral("HH:mm:ss.zzz ")) + line +
+                      QLatin1Char('\n'))
+                         .toUtf8());
+        // Whole lines at once: the log must tell the session's end even when the program's
+        // own end is abrupt.
+        m_log->flush();
+    }
+}
+
+void Unattended::LogSlot(int slot) {
+    if (slot < 0 || slot >= RowCount) {
+        return;
+    }
+    static const char* const kStatusWords[] = {"Null",    "Idle",    "Ready",
+                                               "Loading", "Driving", "Finished"};
+    const PlayerRecord& player = m_tarvex.roster[slot];
+    const QString word = !player.Occupied() ? QStringLiteral("Open")
+                         : player.Status < std::size(kStatusWords)
+                             ? QString::fromLatin1(kStatusWords[player.Status])
+                             : QString::number(player.Status);
+    const QString line = QStringLiteral("slot %1 %2 %3").arg(slot).arg(player.Name, word);
+    // A slot's other changes (lag, cars) repeat its line; the log keeps only news.
+    if (m_slot_lines.value(slot) != line) {
+        m_slot_lines.insert(slot, line);
+        Log(line);
+    }
 }
 
 void Unattended::Seated() {
@@ -54,8 +117,22 @@ void Unattended::Seated() {
         return;
     }
     m_seated = true;
+    if (m_tarvex.IsHost && !m_options.stages.isEmpty()) {
+        m_tarvex.host_race.cmbStage.Pick(m_options.stages.front());
+    }
     if (m_options.ready) {
         m_tarvex.chkReady().SetTicked(true);
+        m_ready_again->start();
+    }
+}
+
+void Unattended::TickReadyAgain() {
+    ReadyBox& ready = m_tarvex.chkReady();
+    const bool idle = m_tarvex.IsHost ? m_tarvex.host_control().state() == HostRace::State::Idle
+                                      : m_tarvex.client_flow().state() == ClientRace::State::Idle;
+    // A game still closing would be closed again, and Ready unticked again, by the race loop.
+    if (!ready.Ticked() && ready.Enabled() && idle && !m_tarvex.game().IsGameRunning()) {
+        ready.SetTicked(true);
     }
 }
 
@@ -114,19 +191,34 @@ bool Unattended::RaceOver() const {
             continue;
         }
         const PlayerRecord& player = m_tarvex.roster[slot];
-        const bool still_here = player.Occupied() && player.Name == race.DriverName[slot];
-        if (still_here) {
+        const bool still_racing = player.Occupied() && player.Name == race.DriverName[slot] &&
+                                  player.Status >= std::uint8_t(PlayerStatus::Ready);
+        if (still_racing) {
             return false;
         }
     }
     return true;
 }
 
+int Unattended::SessionRaces() const {
+    return m_options.races > 0 ? m_options.races : std::max(1, int(m_options.stages.size()));
+}
+
 void Unattended::CheckOver() {
-    if (m_over || !RaceOver()) {
+    const int race = m_tarvex.results.UpperBound();
+    if (m_ending || race == m_last_over || !RaceOver()) {
         return;
     }
-    m_over = true;
+    m_last_over = race;
+    ++m_races_over;
+    if (m_races_over < SessionRaces()) {
+        if (m_tarvex.IsHost && m_races_over < m_options.stages.size()) {
+            // Queued: the finish that ended the race is still being handled.
+            QTimer::singleShot(kEndDelayMs, this, &Unattended::NextRace);
+        }
+        return;
+    }
+    m_ending = true;
     if (!m_options.finish_screenshot.isEmpty() && m_save_picture) {
         // The rows show the last statuses once the session's last messages are in.
         QTimer::singleShot(kEndDelayMs / 2, this,
@@ -140,6 +232,16 @@ void Unattended::CheckOver() {
             }
         });
     }
+}
+
+void Unattended::NextRace() {
+    HostRace& control = m_tarvex.host_control();
+    if (control.state() != HostRace::State::Idle) {
+        control.cmdStart_Click();
+    }
+    // Every game closes now that no race runs, which unticks every Ready box; the drivers
+    // tick them again and the next race starts once enough of them have.
+    m_tarvex.host_race.cmbStage.Pick(m_options.stages.at(m_races_over));
 }
 
 } // namespace tarvex

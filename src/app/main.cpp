@@ -125,5 +125,8 @@ int main(int argc, char** argv) {
     unattended.results_files = options.ResultsFiles();
     unattended.quit_when_finished = options.WantsQuitWhenFinished();
     unattended.finish_screenshot = options.FinishScreenshot();
+    unattended.stages = options.Stages();
+    unattended.races = options.Races();
+    unattended.session_log = options.SessionLog();
     return RunStartUp(tarvex, options.StartCommand(), unattended);
 }
