@@ -11,6 +11,7 @@
 
 #include <QCloseEvent>
 #include <QLabel>
+#include <QPushButton>
 #include <QTextEdit>
 
 namespace tarvex {
@@ -48,6 +49,26 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
 
     m_rows->Follow(&m_tarvex.server_side());
     connect(m_rows, &PlayerRows::KickRequested, &m_tarvex.server_side(), &ServerSide::Kick);
+
+    // What the host types in the chat box as a command, it does with this window's controls.
+    ChatInput::HostCommands commands;
+    commands.start_caption = [this] {
+        return m_start->cmdStart->text();
+    };
+    commands.cmdStart_Click = [this] {
+        m_start->cmdStart->click();
+    };
+    commands.StartRace = [this] {
+        m_tarvex.host_control().StartRace();
+    };
+    commands.kick = [this](int slot) {
+        m_rows->pName_Activated(slot, 1);
+    };
+    m_tarvex.chat_input.SetHostCommands(std::move(commands));
+}
+
+ServerFRM::~ServerFRM() {
+    m_tarvex.chat_input.SetHostCommands({});
 }
 
 void ServerFRM::PrepareSession(const QString& session_name) {

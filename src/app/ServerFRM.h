@@ -22,6 +22,7 @@ class ServerFRM : public QWidget {
 
 public:
     explicit ServerFRM(Tarvex& tarvex, QWidget* parent = nullptr);
+    ~ServerFRM() override;
 
     // Readies the window for the session about to open: its name as the host typed it and
     // rows for the player limit already chosen.

@@ -126,6 +126,9 @@ void Tarvex::WireRaceLoop() {
     steps.PollMenuFlags = [this] {
         m_bridge->PollMenuFlags();
     };
+    steps.PollGameKeys = [this] {
+        m_in_game_chat->PollGameKeys();
+    };
     connect(m_bridge, &GameBridge::LoadingReached, this,
             [this] { seat().SendGameStatus(PlayerStatus::Loading); });
     connect(m_bridge, &GameBridge::VoteRestartChosen, this, [this] {

@@ -5,6 +5,7 @@
 #include "game/GameBridge.h"
 #include "game/GameMap.h"
 #include "game/GameText.h"
+#include "game/RaceBlock.h"
 #include "platform/Desktop.h"
 #include "platform/KeyboardHook.h"
 
@@ -12,6 +13,8 @@
 #include <QTimer>
 
 namespace tarvex {
+
+namespace rb = gamemap::raceblock;
 
 namespace {
 
@@ -39,16 +42,6 @@ InGameChat::InGameChat(GameProcess& game, GameBridge& bridge, Desktop& desktop,
     m_text_timer->setObjectName(QStringLiteral("textTimer"));
     m_text_timer->setInterval(TextIntervalMs);
     connect(m_text_timer, &QTimer::timeout, this, &InGameChat::textTimer_Timer);
-}
-
-std::uint32_t InGameChat::TextBufferOf(GameBuild build) {
-    static constexpr std::array<std::uint32_t, 4> kBuffers{0x7D2800, 0x7F5000, 0x7FA740, 0x7EB740};
-    return build >= 1 && build <= 4 ? kBuffers[std::size_t(build - 1)] : 0;
-}
-
-std::uint32_t InGameChat::RaceBlock(GameBuild build) {
-    const std::uint32_t location = gamemap::RaceBlockLocation(build);
-    return location == 0 ? 0 : m_game.ReadGamePointer(location);
 }
 
 bool InGameChat::CanHookKeyboard() {
@@ -134,10 +127,10 @@ void InGameChat::textTimer_Timer() {
     if (m_typing) {
         lines[4].prepend(u'>');
     }
-    const std::uint32_t block = RaceBlock(build);
+    const std::uint32_t block = GetRaceBlock(m_game, build);
     if (block != 0) {
         if (m_typing) {
-            m_game.WriteGameSingle(block + kDisplayTime, kHeldSeconds);
+            m_game.WriteGameSingle(block + rb::kMessageBoxTime, kHeldSeconds);
         }
         QString text;
         if (m_show_standings == 0) {
@@ -146,23 +139,23 @@ void InGameChat::textTimer_Timer() {
             text = QStringList(lines.begin(), lines.end()).join(u'\n') + QString(3, QChar(0));
         } else {
             m_bridge.SetMessageBoxPlacement(GameBridge::kBoardBox);
-            m_game.WriteGameSingle(block + kDisplayTime, kHeldSeconds);
+            m_game.WriteGameSingle(block + rb::kMessageBoxTime, kHeldSeconds);
             text = m_race.BoardText ? m_race.BoardText() : QString();
         }
         // Every build gets its text, on the host as on a client: a host driving an older build
         // reads the chat too.
-        if (const std::uint32_t buffer = TextBufferOf(build)) {
-            m_game.WriteGameLong(block + kTextBuffer, std::int32_t(buffer));
+        if (const std::uint32_t buffer = gamemap::MessageBoxBuffer(build)) {
+            m_game.WriteGameLong(block + rb::kMessageBoxText, std::int32_t(buffer));
             WriteGameText(m_game, buffer, text);
         }
-        m_game.WriteGameByte(block + kTextReady, 1);
+        m_game.WriteGameByte(block + rb::kMessageBoxReady, 1);
     }
     PollGameKeys();
 }
 
 void InGameChat::SetDisplaySeconds(float seconds) {
-    if (const std::uint32_t block = RaceBlock(m_game.GetGameBuild())) {
-        m_game.WriteGameSingle(block + kDisplayTime, seconds);
+    if (const std::uint32_t block = GetRaceBlock(m_game, m_game.GetGameBuild())) {
+        m_game.WriteGameSingle(block + rb::kMessageBoxTime, seconds);
     }
 }
 

@@ -29,8 +29,6 @@ class InGameChat : public QObject, public GameMessageBox {
 
 public:
     static constexpr int TextIntervalMs = 100;
-    // Fields of the game's race block.
-    static constexpr std::uint32_t kDisplayTime = 0x2D0, kTextBuffer = 0x12C, kTextReady = 0x138;
     // How long the box stays up after each tick that shows the typed line or the board.
     static constexpr float kHeldSeconds = 5.0f;
 
@@ -63,14 +61,10 @@ public:
     // Leaves in-game typing; called when the race window closes.
     void UnhookKeyboard();
 
-    // The game's text buffer of each build; 0 for an unrecognised one.
-    static std::uint32_t TextBufferOf(GameBuild build);
-
 private:
     void HookKeyboard();
     // A key event from the hook while the line is open.
     void DummyWndProc(int virtual_key, std::uint32_t flags);
-    std::uint32_t RaceBlock(GameBuild build);
 
     GameProcess& m_game;
     GameBridge& m_bridge;

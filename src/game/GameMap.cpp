@@ -33,6 +33,12 @@ std::uint32_t InfoTextBuffer(GameBuild build) {
     return buffer ? *buffer : 0;
 }
 
+std::uint32_t MessageBoxBuffer(GameBuild build) {
+    static constexpr std::array<std::uint32_t, 4> kBuffers{0x7D2800, 0x7F5000, 0x7FA740, 0x7EB740};
+    const std::uint32_t* buffer = RowOf(kBuffers, build, 1);
+    return buffer ? *buffer : 0;
+}
+
 std::uint32_t ReloadLocation(GameBuild build) {
     static constexpr std::array<std::uint32_t, 4> kLocations{0x7CA2A0, 0x7E5508, 0x7EAC48,
                                                              0x7ECD88};

@@ -92,6 +92,8 @@ public:
 
     bool InStage() const { return m_in_stage == 1; }
     bool FinishSent() const { return m_finish_sent; }
+    // A false start has been reported on this stage.
+    bool FalseStartSent() const { return m_false_start_sent; }
     bool PatchesApplied() const { return m_patches_applied; }
     const QString& InfoText() const { return m_info_text; }
 

@@ -72,7 +72,7 @@ struct Keyboard {
     }
 };
 
-constexpr int kT = 'T', kTab = 9, kEnter = 13, kF3 = 114;
+constexpr int kT = 'T', kTab = 9, kEnter = 13, kUp = 38, kF3 = 114;
 
 } // namespace
 
@@ -121,8 +121,9 @@ private slots:
                  (std::array<float, 6>{370.0f, 87.0f, 640.0f, 10.0f, 600.0f, 60.0f}));
     }
 
-    // Anna hosts and Bob joins, each with a real game on a display of their own. Bob chats in
-    // his game with the keyboard of his machine; both consoles and both games show it.
+    // Anna hosts and Bob joins, each with a real game on a display of their own, and Anna
+    // starts a race from her chat box. Bob chats in his game with his machine's keyboard; both
+    // consoles and both games show it.
     void ChatsInsideRealGames() {
         const QString built = test::BuiltGame();
         if (built.isEmpty()) {
@@ -131,7 +132,7 @@ private slots:
         test::Machine anna(built, {});
         test::Machine bob(built, {});
         if (!anna.Started() || !bob.Started()) {
-            QSKIP("could not start the X servers and games");
+            QSKIP("could not start the X servers");
         }
         Tarvex& host = *anna.tarvex;
         Tarvex& client = *bob.tarvex;
@@ -153,21 +154,33 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(client.client_side().Welcomed(), 10000);
         // The keyboard can be watched on both machines: nobody is told otherwise.
         QVERIFY(anna.fake.dialogs->messages.isEmpty() && bob.fake.dialogs->messages.isEmpty());
-        for (test::Machine* machine : {&anna, &bob}) {
-            QTRY_VERIFY_WITH_TIMEOUT(machine->tarvex->game().IsGameForeground(), 10000);
-        }
 
-        // Until the start the board stands in the games' message box, on the host with its hint.
-        QTRY_VERIFY(Overlay(bob).startsWith(QStringLiteral("Name ")) &&
-                    Overlay(bob).contains(QStringLiteral("\nBob ")));
-        QTRY_VERIFY(Overlay(anna).contains(QStringLiteral("Type '/fstart' to force start")));
-        host.flags.StartGiven = 1;
-        host.server_side().StartRace();
-        QTRY_VERIFY(client.flags.StartGiven == 1);
+        // Both Ready; Anna's game is slow to come up, so the start waits for her.
+        host.chkReady().SetTicked(true);
+        client.chkReady().SetTicked(true);
+        QTRY_COMPARE(host.roster[1].Status, std::uint8_t(PlayerStatus::Ready));
+        anna.HoldLaunch();
+        QLineEdit* box = server.findChild<QLineEdit*>(QStringLiteral("dataTXT"));
+        QTest::keyClicks(box, QStringLiteral("/start"));
+        QTest::keyClick(box, Qt::Key_Return);
+        QTRY_VERIFY_WITH_TIMEOUT(bob.GameRunning(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(client.game().IsGameForeground(), 10000);
+
+        // At the line before the start signal, the board stands in Bob's message box.
+        QTRY_VERIFY_WITH_TIMEOUT(Overlay(bob).startsWith(QStringLiteral("Name ")) &&
+                                     Overlay(bob).contains(QStringLiteral("\nBob ")),
+                                 30000);
+        // Bob jumps the start from the line: the chat lines come back.
+        QTRY_VERIFY_WITH_TIMEOUT(client.reader().InStage(), 30000);
+        Keyboard keys{client};
+        keys.Press(kUp);
+        QTRY_VERIFY(client.reader().FalseStartSent());
+        QTRY_COMPARE(Overlay(bob), QStringLiteral("\n\n\n\n"));
+        anna.ReleaseLaunch();
+        QTRY_VERIFY_WITH_TIMEOUT(client.flags.StartGiven == 1 && host.flags.StartGiven == 1, 30000);
 
         // T opens the line when it comes up; what Bob types shows behind ">" in his game; Enter
         // says it to everyone.
-        Keyboard keys{client};
         keys.Hold(kT);
         QVERIFY(!client.in_game_chat().Typing());
         keys.Release(kT);
@@ -186,7 +199,7 @@ private slots:
         keys.Hold(kF3);
         keys.WaitTicks(3);
         keys.Release(kF3);
-        QTRY_VERIFY(anna.tarvex->console.Text().endsWith(QStringLiteral("<Bob> Nice Pass!")));
+        QTRY_VERIFY(host.console.Text().endsWith(QStringLiteral("<Bob> Nice Pass!")));
         keys.Press(kF3);
         QTRY_COMPARE(host.console.Text().count(QStringLiteral("<Bob> Nice Pass!")), 2);
         QCOMPARE(client.console.Text().count(QStringLiteral("<Bob> Nice Pass!")), 2);

@@ -1,9 +1,12 @@
 #include "SessionHarness.h"
 #include "TestRegistry.h"
 #include "app/ClientFRM.h"
+#include "app/RaceStartControls.h"
 #include "app/ServerFRM.h"
 
+#include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QTest>
 #include <QTextBlock>
 #include <QTextEdit>
@@ -16,6 +19,10 @@ namespace {
 
 QTextEdit* Console(QWidget& window) {
     return window.findChild<QTextEdit*>(QStringLiteral("MainTXT"));
+}
+
+QString Status(QWidget& window) {
+    return window.findChild<QLabel*>(QStringLiteral("lblStatus"))->text();
 }
 
 QLineEdit* Box(QWidget& window) {
@@ -44,7 +51,8 @@ void DoubleClick(QWidget& window, const QString& word) {
 
 // The chat box of the host's and a client's windows over a real session: what is typed reaches
 // every console, a client's command texts are chat, the box recalls what was sent, links in the
-// console open, and keys typed elsewhere in a window go to the box.
+// console open, keys typed elsewhere in a window go to the box, and the host's commands start,
+// force, stop and kick on every copy.
 class ChatWindowsTest : public QObject {
     Q_OBJECT
 
@@ -55,14 +63,10 @@ private slots:
         Player& host = session.Host();
         // A desktop whose keyboard cannot be watched: said once, and the rest works on.
         host.platform.keyboard->available = false;
-        ServerFRM server(*host);
-        server.setAttribute(Qt::WA_DeleteOnClose, false);
-        server.PrepareSession(QStringLiteral("Harness"));
+        std::unique_ptr<ServerFRM> window = session.OpenHostWindow();
+        ServerFRM& server = *window;
         std::unique_ptr<ClientFRM> client;
-        Player& ann = session.Join(QStringLiteral("Ann"), {}, [&](Player& player) {
-            client = std::make_unique<ClientFRM>(*player);
-            client->setAttribute(Qt::WA_DeleteOnClose, false);
-        });
+        Player& ann = session.JoinWithWindow(QStringLiteral("Ann"), client);
         QVERIFY(client->Welcomed());
         const auto& messages = host.platform.dialogs->messages;
         QCOMPARE(messages.size(), 1);
@@ -114,6 +118,33 @@ private slots:
         QCOMPARE(server.focusWidget(), Box(server));
         QCOMPARE(Box(server)->text(), QStringLiteral("ok"));
         QCOMPARE(ann->console.Text().count(QStringLiteral("\r\n")), 3);
+
+        // The host's commands act on the race of every copy; their errors are the host's alone.
+        std::unique_ptr<ClientFRM> bobs;
+        Player& bob = session.JoinWithWindow(QStringLiteral("Bob"), bobs);
+        Box(server)->clear();
+        Say(server, QStringLiteral("/stop"));
+        QVERIFY(ConsoleEndsWith(server, QStringLiteral("\nError: Game Not Started")));
+        ann->chkReady().SetTicked(true);
+        QVERIFY(SessionHarness::WaitFor([&] { return host->roster[1].Status == 2; }));
+        Say(server, QStringLiteral("/START now"));
+        QCOMPARE(server.StartControls().cmdStart->text(), QStringLiteral("Stop"));
+        QVERIFY(SessionHarness::WaitFor(
+            [&] { return Status(*client) == QStringLiteral("Status: Game Launches In...3"); }));
+        Say(server, QStringLiteral("/start"));
+        QVERIFY(ConsoleEndsWith(server, QStringLiteral("\nError: Game Already Started")));
+        Say(server, QStringLiteral("/fstart"));
+        QVERIFY(SessionHarness::WaitFor([&] { return ann->flags.StartGiven == 1; }));
+        Say(server, QStringLiteral("/stop"));
+        QCOMPARE(server.StartControls().cmdStart->text(), QStringLiteral("Start"));
+        QVERIFY(SessionHarness::WaitFor(
+            [&] { return Status(*client) == QStringLiteral("Status: Idle"); }));
+        Say(server, QStringLiteral("/kick BOB"));
+        QVERIFY(SessionHarness::WaitFor([&] {
+            return !host->roster[2].Occupied() && !ann->roster[2].Occupied() &&
+                   !bob->roster[2].Occupied();
+        }));
+        QVERIFY(!ann->console.Text().contains(QStringLiteral("Error")));
     }
 };
 

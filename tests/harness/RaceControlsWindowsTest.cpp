@@ -43,15 +43,9 @@ private slots:
         SessionHarness session(QStringLiteral("Controls Rally"));
         QVERIFY(session.StartHost(QStringLiteral("Hostess"), 4));
         Player& host = session.Host();
-        auto server = std::make_unique<ServerFRM>(*host);
-        server->setAttribute(Qt::WA_DeleteOnClose, false);
-        server->PrepareSession(QStringLiteral("Friday Rally"));
-
+        std::unique_ptr<ServerFRM> server = session.OpenHostWindow();
         std::unique_ptr<ClientFRM> client;
-        Player& ann = session.Join(QStringLiteral("Ann"), {}, [&](Player& player) {
-            client = std::make_unique<ClientFRM>(*player);
-            client->setAttribute(Qt::WA_DeleteOnClose, false);
-        });
+        Player& ann = session.JoinWithWindow(QStringLiteral("Ann"), client);
         QVERIFY(client->Welcomed());
 
         QVERIFY(Box(*server, "cmbCountry")->isEnabled());
@@ -126,15 +120,9 @@ private slots:
     void ReadyStartStop() {
         SessionHarness session(QStringLiteral("Start Rally"));
         QVERIFY(session.StartHost(QStringLiteral("Hostess"), 4));
-        Player& host = session.Host();
-        auto server = std::make_unique<ServerFRM>(*host);
-        server->setAttribute(Qt::WA_DeleteOnClose, false);
-        server->PrepareSession(QStringLiteral("Start Rally"));
+        std::unique_ptr<ServerFRM> server = session.OpenHostWindow();
         std::unique_ptr<ClientFRM> client;
-        session.Join(QStringLiteral("Ann"), {}, [&](Player& player) {
-            client = std::make_unique<ClientFRM>(*player);
-            client->setAttribute(Qt::WA_DeleteOnClose, false);
-        });
+        session.JoinWithWindow(QStringLiteral("Ann"), client);
         QVERIFY(client->Welcomed());
         auto lblStatus = [](QWidget& window) {
             return window.findChild<QLabel*>(QStringLiteral("lblStatus"))->text();

@@ -1,5 +1,8 @@
 #include "SessionHarness.h"
 
+#include "app/ClientFRM.h"
+#include "app/ServerFRM.h"
+
 #include <QTest>
 #include <QUdpSocket>
 
@@ -83,6 +86,24 @@ bool SessionHarness::Leave(Player& player) {
     const std::int32_t id = player->roster[player->LocalSlot].PlayerId;
     player->client().CloseClient();
     return WaitFor([&] { return !m_host->tarvex->roster.SlotOf(id); });
+}
+
+std::unique_ptr<ServerFRM> SessionHarness::OpenHostWindow() {
+    auto window = std::make_unique<ServerFRM>(*m_host->tarvex);
+    window->setAttribute(Qt::WA_DeleteOnClose, false);
+    window->PrepareSession(m_session_name);
+    return window;
+}
+
+Player& SessionHarness::JoinWithWindow(const QString& name, std::unique_ptr<ClientFRM>& window,
+                                       const std::function<void(Player&)>& prepare) {
+    return Join(name, {}, [&](Player& player) {
+        if (prepare) {
+            prepare(player);
+        }
+        window = std::make_unique<ClientFRM>(*player);
+        window->setAttribute(Qt::WA_DeleteOnClose, false);
+    });
 }
 
 bool SessionHarness::WaitFor(const std::function<bool()>& done, int timeout_ms) {

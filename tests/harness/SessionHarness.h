@@ -9,6 +9,11 @@
 #include <memory>
 #include <vector>
 
+namespace tarvex {
+class ClientFRM;
+class ServerFRM;
+} // namespace tarvex
+
 namespace tarvex::test {
 
 class GameMachine;
@@ -42,6 +47,12 @@ public:
                  const std::function<void(Player&)>& prepare = {});
     // The client closes its session; waits until the host has freed its slot.
     bool Leave(Player& player);
+
+    // The race windows as the players have them open; closing one does not delete it. The
+    // host's is made ready for the session; a client's opens before it joins, after `prepare`.
+    std::unique_ptr<ServerFRM> OpenHostWindow();
+    Player& JoinWithWindow(const QString& name, std::unique_ptr<ClientFRM>& window,
+                           const std::function<void(Player&)>& prepare = {});
 
     Player& Host() { return *m_host; }
     const std::vector<std::unique_ptr<Player>>& Clients() const { return m_clients; }

@@ -81,17 +81,19 @@ QImage Screenshot(const QString& display) {
     return image;
 }
 
-Machine::Machine(const QString& executable, const QStringList& arguments) {
+Machine::Machine(const QString& executable, QStringList arguments)
+    : m_arguments(std::move(arguments)) {
     if (m_server.Display().isEmpty()) {
         return;
     }
     const QString game = m_game_folder.File(QStringLiteral("DuneholtRally"));
     QFile::copy(executable, game);
-    m_game = std::make_unique<RunningGame>(game, m_server.Display(), arguments,
-                                           m_game_folder.File(QStringLiteral("status.json")));
-    tarvex =
-        std::make_unique<Tarvex>(NativeOn(m_server.Display(), fake.AsPlatform()), m_config.Path());
+    Platform platform = NativeOn(m_server.Display(), fake.AsPlatform());
+    // The machine starts its own game on its own display; nothing else is opened.
+    platform.shell = std::shared_ptr<Shell>(this, [](Shell*) {});
+    tarvex = std::make_unique<Tarvex>(platform, m_config.Path());
     tarvex->stored = RaceReadySettings();
+    tarvex->settings.GamePath = game;
     tarvex->settings.BroadcastAddress = QStringLiteral("127.0.0.1");
 }
 
@@ -101,12 +103,42 @@ Machine::~Machine() {
     m_game.reset();
 }
 
-bool Machine::Started() const {
-    return m_game && m_game->Pid() != 0;
-}
-
 QJsonObject Machine::Status() const {
     return LastStatus(m_game_folder.File(QStringLiteral("status.json")));
+}
+
+bool Machine::GameRunning() const {
+    return m_game && m_game->Process().state() == QProcess::Running;
+}
+
+void Machine::ReleaseLaunch() {
+    m_held = false;
+    if (m_pending) {
+        m_pending = false;
+        StartGame();
+    }
+}
+
+bool Machine::Open(const QString& target, const QString&) {
+    if (QFileInfo(target) != QFileInfo(m_game_folder.File(QStringLiteral("DuneholtRally")))) {
+        return false;
+    }
+    if (m_held) {
+        m_pending = true;
+    } else {
+        StartGame();
+    }
+    return true;
+}
+
+void Machine::StartGame() {
+    if (GameRunning()) {
+        return;
+    }
+    m_game.reset();
+    m_game = std::make_unique<RunningGame>(m_game_folder.File(QStringLiteral("DuneholtRally")),
+                                           m_server.Display(), m_arguments,
+                                           m_game_folder.File(QStringLiteral("status.json")));
 }
 
 } // namespace tarvex::test

@@ -3,6 +3,7 @@
 #include "TempFolder.h"
 #include "XvfbServer.h"
 #include "platform/Platform.h"
+#include "platform/Shell.h"
 #include "platform/fake/FakePlatform.h"
 
 #include <QImage>
@@ -44,25 +45,41 @@ QJsonObject LastStatus(const QString& status_file);
 // What an X server shows, as a picture.
 QImage Screenshot(const QString& display);
 
-// One player's machine: an X server of its own, a real game in a game folder of its own, and a
-// whole copy of Tarvex reaching that game through the native platform. Dialogs, the shell and
-// sounds stay fakes, so the test can read what they were asked.
-class Machine {
+// One player's machine: an X server of its own, a game folder of its own with the stand-in game,
+// and a whole copy of Tarvex reaching that game through the native platform. The game starts
+// when Tarvex opens its executable, as the launch of a race does; dialogs and sounds stay
+// fakes, so the test can read what they were asked.
+class Machine : public Shell {
 public:
-    Machine(const QString& executable, const QStringList& arguments);
-    ~Machine();
+    // `arguments` are the game's own options, as a game folder's configuration gives them.
+    Machine(const QString& executable, QStringList arguments);
+    ~Machine() override;
 
-    bool Started() const;
+    bool Started() const { return tarvex != nullptr; }
     QString Display() const { return m_server.Display(); }
+    // The game's last reported state.
     QJsonObject Status() const;
+    bool GameRunning() const;
+
+    // A game slow to come up: opened while held, it starts only when released.
+    void HoldLaunch() { m_held = true; }
+    void ReleaseLaunch();
+
+    // Shell
+    bool Open(const QString& target, const QString& working_folder) override;
 
     FakePlatform fake;
     std::unique_ptr<Tarvex> tarvex;
 
 private:
+    void StartGame();
+
     XvfbServer m_server;
     TempFolder m_game_folder;
     TempFolder m_config;
+    QStringList m_arguments;
+    bool m_held = false;
+    bool m_pending = false;
     std::unique_ptr<RunningGame> m_game;
 };
 
