@@ -55,16 +55,42 @@ std::vector<std::uint8_t> AddressSpace::Bytes(std::uint32_t address, std::size_t
 }
 
 std::string AddressSpace::Text16(std::uint32_t address, std::size_t max_chars) const {
-    std::string text;
+    std::vector<char16_t> units;
     for (std::size_t i = 0; i < max_chars; ++i) {
         std::uint8_t c[2] = {};
         if (!Read(address + std::uint32_t(2 * i), c, 2)) {
             break;
         }
-        if (c[0] == 0 && c[1] == 0) {
+        const char16_t unit = char16_t(c[0] | (c[1] << 8));
+        if (unit == 0) {
             break;
         }
-        text.push_back(c[1] == 0 ? char(c[0]) : '?');
+        units.push_back(unit);
+    }
+    std::string text;
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        std::uint32_t code = units[i];
+        if (code >= 0xD800 && code <= 0xDBFF && i + 1 < units.size() && units[i + 1] >= 0xDC00 &&
+            units[i + 1] <= 0xDFFF) {
+            code = 0x10000 + ((code - 0xD800) << 10) + (units[++i] - 0xDC00);
+        } else if (code >= 0xD800 && code <= 0xDFFF) {
+            code = '?';
+        }
+        if (code < 0x80) {
+            text.push_back(char(code));
+        } else if (code < 0x800) {
+            text.push_back(char(0xC0 | (code >> 6)));
+            text.push_back(char(0x80 | (code & 0x3F)));
+        } else if (code < 0x10000) {
+            text.push_back(char(0xE0 | (code >> 12)));
+            text.push_back(char(0x80 | ((code >> 6) & 0x3F)));
+            text.push_back(char(0x80 | (code & 0x3F)));
+        } else {
+            text.push_back(char(0xF0 | (code >> 18)));
+            text.push_back(char(0x80 | ((code >> 12) & 0x3F)));
+            text.push_back(char(0x80 | ((code >> 6) & 0x3F)));
+            text.push_back(char(0x80 | (code & 0x3F)));
+        }
     }
     return text;
 }

@@ -31,7 +31,8 @@ public:
     std::int32_t I32(std::uint32_t address) const { return std::int32_t(U32(address)); }
     float F32(std::uint32_t address) const;
     std::vector<std::uint8_t> Bytes(std::uint32_t address, std::size_t size) const;
-    // 16-bit text (low byte first) up to its 16-bit terminator or max_chars, ANSI-narrowed.
+    // 16-bit text (UTF-16, low byte first) up to its 16-bit terminator or max_chars, as UTF-8.
+    // A unit of half a surrogate pair that has no other half reads as '?'.
     std::string Text16(std::uint32_t address, std::size_t max_chars = 1024) const;
     // 8-bit text up to a zero byte or max_chars.
     std::string Text8(std::uint32_t address, std::size_t max_chars = 260) const;

@@ -295,8 +295,11 @@ void Game::Autopilot(double dt) {
     // The optional false start: the driver jumps just before the green light.
     m_auto_jump = m_options.false_start && !m_false_start_counted && pre < 0.0f && !m_running &&
                   countdown < 1.0f;
+    // A driver who asked for a restart of one stage drives the restarted run to its end.
+    const bool other_stage =
+        m_options.vote_stage != 0 && (m_stage.id != m_options.vote_stage || m_reloads > 0);
     if (m_since_finish < 2.0 || m_options.after_finish == AfterFinish::Nothing ||
-        m_auto_step >= 100) {
+        m_auto_step >= 100 || other_stage) {
         return;
     }
     if (m_auto_step == 0) {

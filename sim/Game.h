@@ -39,6 +39,7 @@ struct Options {
     std::uint32_t seed = 1;   // autopilot variation; same seed, same run
     bool false_start = false; // autopilot jumps the start once
     AfterFinish after_finish = AfterFinish::Nothing;
+    int vote_stage = 0; // when set, the restart vote is cast only in the first run of this stage
     std::string game_folder; // where the ghost car's path is looked up; empty: the working folder
 };
 
@@ -103,6 +104,7 @@ struct Status {
     std::string weather;
     int condition = 0, humidity = 0, wear = 0, damage = 0;
     float countdown = 0, pre_start = 0, race_time = 0, distance = 0;
+    Vec3 position{}; // the car body's, z up: where the others' ghosts of this car belong
     int splits = 0;
     float split1 = 0, split2 = 0;
     bool finished = false;

@@ -14,11 +14,31 @@ using namespace internal;
 
 namespace {
 
-// Texts from game memory are 8-bit: bytes from 0x80 up are written as the code points of the
+// The length of the UTF-8 sequence that starts at `i`, or 0 when the bytes there are not one.
+std::size_t Utf8Sequence(const std::string& text, std::size_t i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const std::size_t length = byte >= 0xF0 && byte <= 0xF4   ? 4
+                               : byte >= 0xE0 && byte <= 0xEF ? 3
+                               : byte >= 0xC2 && byte <= 0xDF ? 2
+                                                              : 0;
+    if (length == 0 || i + length > text.size()) {
+        return 0;
+    }
+    for (std::size_t k = 1; k < length; ++k) {
+        if ((static_cast<unsigned char>(text[i + k]) & 0xC0) != 0x80) {
+            return 0;
+        }
+    }
+    return length;
+}
+
+// The 16-bit texts arrive as UTF-8 and pass through as they are. The 8-bit ones may hold any
+// byte: a byte from 0x80 up that starts no UTF-8 sequence is written as the code point of the
 // same number, so that whatever the memory held, the line stays valid JSON.
 std::string JsonString(const std::string& text) {
     std::string out = "\"";
-    for (char c : text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
         switch (c) {
         case '"':
             out += "\\\"";
@@ -31,7 +51,11 @@ std::string JsonString(const std::string& text) {
             break;
         default: {
             const auto byte = static_cast<unsigned char>(c);
-            if (byte < 0x20 || byte >= 0x80) {
+            const std::size_t sequence = byte >= 0x80 ? Utf8Sequence(text, i) : 0;
+            if (sequence > 0) {
+                out.append(text, i, sequence);
+                i += sequence - 1;
+            } else if (byte < 0x20 || byte >= 0x80) {
                 char buffer[8];
                 std::snprintf(buffer, sizeof buffer, "\\u%04x", byte);
                 out += buffer;
@@ -167,6 +191,8 @@ Status Game::GetStatus() const {
     s.pre_start = mem.F32(rb + race::PreStartClock);
     s.race_time = mem.F32(rb + race::RaceTime);
     s.distance = mem.F32(rb + race::DistanceDriven);
+    s.position = {mem.F32(m_car_body + 0x140), mem.F32(m_car_body + 0x144),
+                  mem.F32(m_car_body + 0x148)};
     s.splits = mem.I32(rb + race::SplitsPassed);
     s.split1 = mem.F32(rb + race::Split1Time);
     s.split2 = mem.F32(rb + race::Split2Time);
@@ -345,6 +371,8 @@ std::string Game::StatusJson() const {
         .Add("pre_start", s.pre_start >= 0.0f)
         .Add("race_time", std::floor(s.race_time * 10.0f) / 10.0)
         .Add("distance", std::floor(s.distance))
+        .Raw("pos", JsonArray(std::array<double, 3>{tenths(s.position.x), tenths(s.position.y),
+                                                    tenths(s.position.z)}))
         .Add("splits", s.splits)
         .Add("split1", s.split1)
         .Add("split2", s.split2)

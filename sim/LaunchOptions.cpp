@@ -64,6 +64,9 @@ void Apply(LaunchOptions& o, const std::vector<std::string>& args) {
             o.game.false_start = true;
         } else if (name == "vote") {
             o.game.after_finish = AfterFinish::VoteRestart;
+        } else if (name == "vote-stage") {
+            o.game.after_finish = AfterFinish::VoteRestart;
+            o.game.vote_stage = int(number(0));
         } else if (name == "exit") {
             o.game.after_finish = AfterFinish::ExitToTarvex;
         } else if (name == "fps") {
@@ -76,6 +79,8 @@ void Apply(LaunchOptions& o, const std::vector<std::string>& args) {
             o.screenshot_file = take();
         } else if (name == "screenshot-frames") {
             o.screenshot_frames = std::max(1, int(number(30)));
+        } else if (name == "screenshot-race-time") {
+            o.screenshot_race_time = std::max(0.0, number(0));
         } else if (name == "frames") {
             o.frames = std::max(0, int(number(0)));
         } else if (!name.empty()) {

@@ -16,6 +16,10 @@ struct LaunchOptions {
     std::string status_file;
     std::string screenshot_file;
     int screenshot_frames = 30;
+    // When above 0, the picture waits instead for the first frame past this many seconds of
+    // the stage clock that shows a ghost car in front with its name (or the finish): a race's
+    // picture on a machine of any speed.
+    double screenshot_race_time = 0;
     int frames = 0; // quit after this many frames; 0 = run until closed
     std::vector<std::string> errors;
 };

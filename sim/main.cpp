@@ -38,6 +38,17 @@ long long MonotonicMilliseconds() {
     return static_cast<long long>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
 }
 
+bool ScreenshotDue(const sim::LaunchOptions& options, const sim::Game& game, long frames) {
+    if (options.screenshot_race_time <= 0) {
+        return frames == options.screenshot_frames;
+    }
+    const sim::Status status = game.GetStatus();
+    // A ghost with its name above it stands in front of the camera; a driver who leads all
+    // the way gets the picture at the finish instead.
+    return status.race_time >= options.screenshot_race_time &&
+           (!status.name_tag.empty() || status.finished);
+}
+
 double Since(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
@@ -141,14 +152,17 @@ int main(int argc, char** argv) {
     game.SetHookClickHandler([&window](std::uint32_t handle) { window.SendClick(handle); });
 
     FILE* status = nullptr;
+    // Appended: Tarvex starts the game afresh for every race, and one file then tells the
+    // whole session.
     if (!options.status_file.empty()) {
-        status = std::fopen(options.status_file.c_str(), "w");
+        status = std::fopen(options.status_file.c_str(), "a");
     }
     std::string last_status;
     sim::Renderer renderer;
     const double frame = 1.0 / options.fps;
     auto previous = Clock::now();
     long frames = 0;
+    bool screenshot_taken = false;
     for (;;) {
         const bool open = window.ProcessEvents([&game](int key, bool down) {
             if (down) {
@@ -175,8 +189,10 @@ int main(int argc, char** argv) {
                 std::fflush(status);
             }
         }
-        if (!options.screenshot_file.empty() && frames == options.screenshot_frames) {
+        if (!options.screenshot_file.empty() && !screenshot_taken &&
+            ScreenshotDue(options, game, frames)) {
             image.save(QString::fromStdString(options.screenshot_file), "PNG");
+            screenshot_taken = true;
         }
         if (options.frames > 0 && frames >= options.frames) {
             break;

@@ -202,8 +202,7 @@ Error Follow(int interval_ms, double loss, int stage) {
 
     auto bob_memory = sim::NewMemorySpace();
     sim::Game bob_game(*bob_memory, sim::Options{});
-    Side anna(std::make_shared<test::SimProcessMemory>(*anna_memory), 1),
-        bob(std::make_shared<test::SimProcessMemory>(*bob_memory), 2);
+    Side anna(test::SpaceAsProcess(*anna_memory), 1), bob(test::SpaceAsProcess(*bob_memory), 2);
     anna.fake.clock->Set(7000000);
     bob.fake.clock->Set(123456);
     anna.roster.LocalSlot = 0;

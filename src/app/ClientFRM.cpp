@@ -3,6 +3,7 @@
 #include "app/GhostMenu.h"
 #include "app/PlayerRows.h"
 #include "app/RaceControlsBox.h"
+#include "app/RaceStartControls.h"
 #include "app/RaceWindowLayout.h"
 #include "app/SessionTexts.h"
 #include "app/SettingsFile.h"
@@ -24,10 +25,13 @@ ClientFRM::ClientFRM(Tarvex& tarvex, QWidget* parent)
     , m_race(new RaceControlsBox(tarvex, *m_rows, false, this)) {
     const RaceWindowLayout parts =
         LayOutRaceWindow(*this, QStringLiteral("ClientFRM"), QStringLiteral("Tarvex - Client"),
-                         *m_race, *m_rows, m_tarvex.console);
+                         *m_race, *m_rows, m_tarvex);
     m_lblServerName = parts.lblServerName;
     m_lblStatus = parts.lblStatus;
     m_MainTXT = parts.MainTXT;
+    m_start = new RaceStartControls(m_tarvex, false, m_lblStatus, this);
+    m_race->AddStartControls(m_start);
+    connect(&m_race->Choices(), &RaceChoices::RaceLockChanged, this, &ClientFRM::ShowOwnRow);
     AddGhostMenu(*this, m_tarvex.settings, m_tarvex.ghost_files());
 
     ClientSession& client = m_tarvex.client();
@@ -45,19 +49,21 @@ void ClientFRM::WelcomeReceived() {
     m_welcomed = true;
     m_own_slot = m_tarvex.LocalSlot;
     m_rows->RefreshAll();
-    // Only the own row's lists are ours to change.
-    const int own = m_tarvex.LocalSlot;
-    for (int slot = 0; slot < RowCount; ++slot) {
-        for (QComboBox* list : {m_rows->pCar[slot], m_rows->pTrans[slot], m_rows->pTyre[slot]}) {
-            list->setEnabled(slot == own && m_tarvex.flags.RaceLaunched == 0);
-        }
-    }
+    ShowOwnRow();
+    m_start->Refresh();
     m_lblServerName->setText(QStringLiteral("Server Name: ") +
                              m_tarvex.client().GetApplicationDesc());
-    m_lblStatus->setText(m_tarvex.flags.RaceLaunched == 1
-                             ? QStringLiteral("Status: Race in Session")
-                             : QStringLiteral("Status: Idle"));
     emit welcomed();
+}
+
+void ClientFRM::ShowOwnRow() {
+    // Only the own row's lists are ours to change.
+    const bool usable = m_welcomed && !m_race->Choices().RaceLocked();
+    for (int slot = 0; slot < RowCount; ++slot) {
+        for (QComboBox* list : {m_rows->pCar[slot], m_rows->pTrans[slot], m_rows->pTyre[slot]}) {
+            list->setEnabled(usable && slot == m_own_slot);
+        }
+    }
 }
 
 void ClientFRM::AddLine(const QString& line) {

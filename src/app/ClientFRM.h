@@ -11,6 +11,7 @@ namespace tarvex {
 
 class PlayerRows;
 class RaceControlsBox;
+class RaceStartControls;
 class Tarvex;
 
 // The client's window. It exists, hidden, from the start of a connect attempt, because it
@@ -31,6 +32,7 @@ public:
 
     PlayerRows& Rows() { return *m_rows; }
     RaceControlsBox& Race() { return *m_race; }
+    RaceStartControls& StartControls() { return *m_start; }
 
 signals:
     // A connect attempt was refused; `message` is what the connect dialog shows.
@@ -46,10 +48,13 @@ protected:
 private:
     void OnConnectComplete(dpn::ResultCode result);
     void OnSessionLost();
+    // The own row's lists: usable once seated, and locked while a race runs.
+    void ShowOwnRow();
 
     Tarvex& m_tarvex;
     PlayerRows* m_rows;
     RaceControlsBox* m_race;
+    RaceStartControls* m_start = nullptr;
     QLabel* m_lblServerName = nullptr;
     QLabel* m_lblStatus = nullptr;
     QTextEdit* m_MainTXT = nullptr;

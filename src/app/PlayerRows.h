@@ -71,12 +71,13 @@ public:
     std::array<QLabel*, RowCount> status{};
     std::array<LagBarWidget*, RowCount> Lag{};
 
+    // An entry of a row's name list chosen, by a click or by the host's "/kick".
+    void pName_Activated(int slot, int index);
+
 signals:
     void KickRequested(int slot);
 
 private:
-    void pName_Activated(int slot, int index);
-
     const Roster& m_roster;
     bool m_host;
     std::array<QWidget*, RowCount> m_rows{};

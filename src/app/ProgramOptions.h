@@ -25,6 +25,18 @@ public:
     QString CheckGameFiles() const { return m_parser.value(m_check); }
     QString ConfigFolder() const { return m_parser.value(m_config); }
     QString Screenshot() const { return m_parser.value(m_screenshot); }
+    // Unattended races: tick Ready once seated, start once N players are Ready (host), keep a
+    // results file, end once the race is over. 0 and empty mean "not asked for".
+    bool WantsReady() const { return m_parser.isSet(m_ready); }
+    int StartWhenReady() const;
+    QStringList ResultsFiles() const { return m_parser.values(m_results); }
+    bool WantsQuitWhenFinished() const { return m_parser.isSet(m_quit); }
+    QString FinishScreenshot() const { return m_parser.value(m_finish_screenshot); }
+    // Host: the stage list positions of the session's races, in order; empty when not asked.
+    QList<int> Stages() const;
+    // How many races the session holds before --quit-when-finished ends it; 0 when not asked.
+    int Races() const;
+    QString SessionLog() const { return m_parser.value(m_session_log); }
     // The quick-start argument, empty when there is none.
     const QString& StartCommand() const { return m_start_command; }
 
@@ -39,6 +51,14 @@ private:
     QCommandLineOption m_print;
     QCommandLineOption m_screenshot;
     QCommandLineOption m_probe;
+    QCommandLineOption m_ready;
+    QCommandLineOption m_start_when_ready;
+    QCommandLineOption m_results;
+    QCommandLineOption m_quit;
+    QCommandLineOption m_finish_screenshot;
+    QCommandLineOption m_stages;
+    QCommandLineOption m_races;
+    QCommandLineOption m_session_log;
     QCommandLineOption m_check;
     QString m_start_command;
     QString m_program;

@@ -46,6 +46,7 @@ RaceControlsBox::RaceControlsBox(Tarvex& tarvex, PlayerRows& rows, bool host_win
     layout->addWidget(panel);
     layout->addStretch();
     auto* buttons = new QVBoxLayout;
+    m_buttons = buttons;
     buttons->addStretch();
     buttons->addWidget(options);
     buttons->addWidget(times);
@@ -60,6 +61,11 @@ void RaceControlsBox::Load() {
     m_choices.SetIsHost(m_host_window && m_tarvex.IsHost);
     m_choices.FillCombos();
     m_choices.LoadOld();
+}
+
+void RaceControlsBox::AddStartControls(QWidget* controls) {
+    // Below the stretch, above "Game Options".
+    m_buttons->insertWidget(1, controls);
 }
 
 void RaceControlsBox::cmdGhost_Click() {

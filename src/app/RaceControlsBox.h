@@ -2,6 +2,8 @@
 
 #include <QWidget>
 
+class QVBoxLayout;
+
 namespace tarvex {
 
 class PlayerRows;
@@ -23,6 +25,8 @@ public:
 
     // Fills the lists and shows the stored race: the window's load.
     void Load();
+    // Places the window's Ready box and start button beside "Display Times".
+    void AddStartControls(QWidget* controls);
 
     QWidget* cmdGhost = nullptr;
     QWidget* cmdTimes = nullptr;
@@ -39,6 +43,7 @@ private:
     RaceChoices& m_choices;
     bool m_host_window;
     QWidget* m_window;
+    QVBoxLayout* m_buttons = nullptr;
 };
 
 } // namespace tarvex

@@ -3,6 +3,7 @@
 #include "app/GhostMenu.h"
 #include "app/PlayerRows.h"
 #include "app/RaceControlsBox.h"
+#include "app/RaceStartControls.h"
 #include "app/RaceWindowLayout.h"
 #include "app/SettingsFile.h"
 #include "app/Tarvex.h"
@@ -10,6 +11,7 @@
 
 #include <QCloseEvent>
 #include <QLabel>
+#include <QPushButton>
 #include <QTextEdit>
 
 namespace tarvex {
@@ -21,11 +23,12 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
     , m_race(new RaceControlsBox(tarvex, *m_rows, true, this)) {
     const RaceWindowLayout parts =
         LayOutRaceWindow(*this, QStringLiteral("ServerFRM"), QStringLiteral("Tarvex - Server"),
-                         *m_race, *m_rows, m_tarvex.console);
+                         *m_race, *m_rows, m_tarvex);
     m_lblServerName = parts.lblServerName;
     m_lblStatus = parts.lblStatus;
-    m_lblStatus->setText(QStringLiteral("Status: Idle"));
     m_MainTXT = parts.MainTXT;
+    m_start = new RaceStartControls(m_tarvex, true, m_lblStatus, this);
+    m_race->AddStartControls(m_start);
     AddGhostMenu(*this, m_tarvex.settings, m_tarvex.ghost_files());
 
     m_listing = new PublicListing(
@@ -46,6 +49,26 @@ ServerFRM::ServerFRM(Tarvex& tarvex, QWidget* parent)
 
     m_rows->Follow(&m_tarvex.server_side());
     connect(m_rows, &PlayerRows::KickRequested, &m_tarvex.server_side(), &ServerSide::Kick);
+
+    // What the host types in the chat box as a command, it does with this window's controls.
+    ChatInput::HostCommands commands;
+    commands.start_caption = [this] {
+        return m_start->cmdStart->text();
+    };
+    commands.cmdStart_Click = [this] {
+        m_start->cmdStart->click();
+    };
+    commands.StartRace = [this] {
+        m_tarvex.host_control().StartRace();
+    };
+    commands.kick = [this](int slot) {
+        m_rows->pName_Activated(slot, 1);
+    };
+    m_tarvex.chat_input.SetHostCommands(std::move(commands));
+}
+
+ServerFRM::~ServerFRM() {
+    m_tarvex.chat_input.SetHostCommands({});
 }
 
 void ServerFRM::PrepareSession(const QString& session_name) {

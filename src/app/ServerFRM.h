@@ -11,6 +11,7 @@ namespace tarvex {
 
 class PlayerRows;
 class RaceControlsBox;
+class RaceStartControls;
 class PublicListing;
 class Tarvex;
 
@@ -21,6 +22,7 @@ class ServerFRM : public QWidget {
 
 public:
     explicit ServerFRM(Tarvex& tarvex, QWidget* parent = nullptr);
+    ~ServerFRM() override;
 
     // Readies the window for the session about to open: its name as the host typed it and
     // rows for the player limit already chosen.
@@ -35,6 +37,7 @@ public:
 
     PlayerRows& Rows() { return *m_rows; }
     RaceControlsBox& Race() { return *m_race; }
+    RaceStartControls& StartControls() { return *m_start; }
 
 signals:
     // The window closed: the session is over and the program ends.
@@ -47,6 +50,7 @@ private:
     Tarvex& m_tarvex;
     PlayerRows* m_rows;
     RaceControlsBox* m_race;
+    RaceStartControls* m_start = nullptr;
     QLabel* m_lblServerName = nullptr;
     QLabel* m_lblStatus = nullptr;
     QTextEdit* m_MainTXT = nullptr;

@@ -7,6 +7,9 @@
 #include "app/Tarvex.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QTextStream>
 
 namespace tarvex {
 
@@ -90,10 +93,34 @@ void StartUp::HandOverToClient() {
     m_client->show();
 }
 
-int RunStartUp(Tarvex& tarvex, const QString& command_line) {
+int RunStartUp(Tarvex& tarvex, const QString& command_line, const UnattendedOptions& unattended) {
     // The run ends by the rules of the windows, not when the last one happens to close.
     QApplication::setQuitOnLastWindowClosed(false);
     StartUp start_up(tarvex);
+    auto race_window = [&start_up]() -> QWidget* {
+        if (ServerFRM* server = start_up.ServerForm()) {
+            return server;
+        }
+        return start_up.ClientForm();
+    };
+    Unattended helper(
+        tarvex, unattended,
+        [race_window] {
+            // As the user closing the race window: settings saved, session closed, program
+            // ended.
+            if (QWidget* window = race_window()) {
+                window->close();
+            }
+        },
+        [race_window](const QString& file) {
+            QWidget* window = race_window();
+            const QString path = QDir::toNativeSeparators(QFileInfo(file).absoluteFilePath());
+            if (window && window->grab().save(file, "PNG")) {
+                QTextStream(stdout) << "screenshot: " << path << Qt::endl;
+            } else {
+                QTextStream(stderr) << "screenshot failed: " << path << Qt::endl;
+            }
+        });
     QObject::connect(&start_up, &StartUp::programEnds, qApp, [] { QCoreApplication::exit(0); });
     if (!start_up.Start(command_line)) {
         return 1;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/Unattended.h"
+
 #include <QObject>
 #include <QPointer>
 
@@ -47,6 +49,7 @@ private:
 };
 
 // Runs the windows until the program ends; returns the exit code.
-int RunStartUp(Tarvex& tarvex, const QString& command_line);
+int RunStartUp(Tarvex& tarvex, const QString& command_line,
+               const UnattendedOptions& unattended = {});
 
 } // namespace tarvex

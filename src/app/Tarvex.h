@@ -2,8 +2,11 @@
 
 #include "app/Settings.h"
 #include "chat/ChatConsole.h"
+#include "chat/ChatInput.h"
+#include "chat/InGameChat.h"
 #include "game/GameBridge.h"
 #include "game/GameProcess.h"
+#include "game/GameStateReader.h"
 #include "ghost/GhostExchange.h"
 #include "ghost/GhostFiles.h"
 #include "net/ClientSide.h"
@@ -13,6 +16,8 @@
 #include "net/transport/ClientSession.h"
 #include "net/transport/HostSession.h"
 #include "platform/Platform.h"
+#include "race/ClientRace.h"
+#include "race/HostRace.h"
 #include "race/RaceChoices.h"
 #include "results/Results.h"
 
@@ -55,6 +60,8 @@ public:
 
     // The race window's console and the overlay's last lines.
     ChatConsole console{settings.ChatSeconds};
+    // The race window's chat line, which in-game chat types into as well.
+    ChatInput chat_input{console, roster, settings.QuickMessages};
 
     // The session transport: the server side on the host, the client side when joining. Both
     // exist for the whole run; only the one of the chosen role is ever opened.
@@ -71,6 +78,8 @@ public:
     GhostFiles& ghost_files() { return m_ghost_files; }
     // What this copy writes into its game: set-up, patches, menu automation (mnuTimer).
     GameBridge& bridge() { return *m_bridge; }
+    // The chat lines and the standings board inside the game, and its chat keys (textTimer).
+    InGameChat& in_game_chat() { return *m_in_game_chat; }
     // The other players' cars as ghosts in that game; our car state goes out through the
     // session of the role played.
     GhostExchange& ghosts() { return m_ghosts; }
@@ -85,8 +94,22 @@ public:
 
     // The game-polling timer of the race window. Its interval is the data interval: the host's
     // own setting, or on a client the one the host's game data carries.
-    QTimer& sndTimer() { return *m_snd_timer; }
+    QTimer& sndTimer() { return m_reader->sndTimer(); }
     void ApplyDataInterval();
+
+    // The race loop: the game watched for race events, the host's race control and a client's
+    // race flow. Only the one of the role played acts.
+    GameStateReader& reader() { return *m_reader; }
+    HostRace& host_control() { return *m_host_control; }
+    ClientRace& client_flow() { return *m_client_flow; }
+    RaceSeat& seat();
+    ReadyBox& chkReady() { return IsHost ? m_host_control->chkReady : m_client_flow->chkReady; }
+    // Starts watching the game for the role played: the host once its own player is seated, a
+    // client at the host's welcome.
+    void BeginRaceLoop();
+    // The button the patched game clicks on each of its frames; 0 until the race loop begins or
+    // when the desktop cannot take clicks.
+    WindowHandle cmdHook() const { return m_hook; }
 
     // The car choice of the local player in the role it plays now.
     CarSelection& LocalCar() { return IsHost ? stored.host_car : stored.client_car; }
@@ -95,17 +118,25 @@ public:
     GameDataMsg CurrentGameData() const;
 
 private:
+    RaceParts RaceContext(RaceChoices& choices);
+    // Connects the game tick and race control to the game bridge's pieces.
+    void WireRaceLoop();
+
     Platform m_platform;
     QString m_config_folder;
     GameProcess m_game{m_platform};
     GhostFiles m_ghost_files{m_game, settings};
     GameBridge* m_bridge;
+    InGameChat* m_in_game_chat;
     GhostExchange m_ghosts{m_game, *m_platform.clock, roster, settings};
     HostSession* m_server;
     ClientSession* m_client;
     ServerSide* m_server_side;
     ClientSide* m_client_side;
-    QTimer* m_snd_timer;
+    GameStateReader* m_reader;
+    HostRace* m_host_control;
+    ClientRace* m_client_flow;
+    WindowHandle m_hook = 0;
 };
 
 } // namespace tarvex

@@ -119,5 +119,14 @@ int main(int argc, char** argv) {
     if (!options.Screenshot().isEmpty()) {
         SaveScreenshotLater(options.Screenshot());
     }
-    return RunStartUp(tarvex, options.StartCommand());
+    UnattendedOptions unattended;
+    unattended.ready = options.WantsReady();
+    unattended.start_when_ready = options.StartWhenReady();
+    unattended.results_files = options.ResultsFiles();
+    unattended.quit_when_finished = options.WantsQuitWhenFinished();
+    unattended.finish_screenshot = options.FinishScreenshot();
+    unattended.stages = options.Stages();
+    unattended.races = options.Races();
+    unattended.session_log = options.SessionLog();
+    return RunStartUp(tarvex, options.StartCommand(), unattended);
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QString>
+#include <optional>
+#include <utility>
 
 namespace tarvex {
 
@@ -14,6 +16,14 @@ QString FolderPart(const QString& path);
 // Opens a link, a document or the game itself, started in the game's folder as the game
 // expects.
 bool ShellOpen(Shell& shell, const QString& target, const QString& game_path);
+
+// What a double-click on a console word opens: a word that starts with "www" or "http" in any
+// letter case, with its spaces taken out; nothing for any other word.
+std::optional<QString> LinkTarget(const QString& word);
+// The word a double-click at `position` picks in a line: the run of non-blank characters around
+// it, so that a whole address is one word however many dots, colons and slashes it holds.
+// Returns the start and the length; length 0 on a blank.
+std::pair<qsizetype, qsizetype> WordAt(const QString& line, qsizetype position);
 
 // The launch countdown's cues: "TEST" on each count, "GO" when the game starts.
 void PlayCue(Sound& sound, bool go);

@@ -22,6 +22,32 @@ std::uint32_t RaceBlockLocation(GameBuild build) {
     return location ? *location : 0;
 }
 
+std::uint32_t StageDataLocation(GameBuild build) {
+    static constexpr std::array<std::uint32_t, 4> kLocations{0x16387E4, 0x1653A44, 0x1659184,
+                                                             0x164B184};
+    const std::uint32_t* location = RowOf(kLocations, build, 1);
+    return location ? *location : 0;
+}
+
+std::uint32_t InfoTextBuffer(GameBuild build) {
+    static constexpr std::array<std::uint32_t, 2> kBuffers{0x7F9140, 0x7EA140};
+    const std::uint32_t* buffer = RowOf(kBuffers, build, 3);
+    return buffer ? *buffer : 0;
+}
+
+std::uint32_t MessageBoxBuffer(GameBuild build) {
+    static constexpr std::array<std::uint32_t, 4> kBuffers{0x7D2800, 0x7F5000, 0x7FA740, 0x7EB740};
+    const std::uint32_t* buffer = RowOf(kBuffers, build, 1);
+    return buffer ? *buffer : 0;
+}
+
+std::uint32_t ReloadLocation(GameBuild build) {
+    static constexpr std::array<std::uint32_t, 4> kLocations{0x7CA2A0, 0x7E5508, 0x7EAC48,
+                                                             0x7ECD88};
+    const std::uint32_t* location = RowOf(kLocations, build, 1);
+    return location ? *location : 0;
+}
+
 const MenuSystem* MenuSystemOf(GameBuild build) {
     static constexpr std::array<MenuSystem, 4> kRows{{
         {0x163F0A8, 0x163F2A0, 0x1640460, 0x1640464, 0x87254C},

@@ -13,8 +13,28 @@ namespace tarvex::gamemap {
 
 // The race-state block: its address is the value stored at the per-build location.
 std::uint32_t RaceBlockLocation(GameBuild build);
-// Fields of the race block the bridge reads or writes.
+// Fields of the race block Tarvex reads or writes.
 constexpr std::uint32_t kMenuState = 0x144;
+namespace raceblock {
+constexpr std::uint32_t kInfoTextA = 0x054, kInfoTextB = 0x060, kDistanceDriven = 0x13C,
+                        kRaceTime = 0x140, kPreStartClock = 0x1F4, kInfoBoxTime = 0x238,
+                        kStartCountdown = 0x244, kFalseStartCount = 0x248, kSplitsPassed = 0x254,
+                        kSplit1Time = 0x258, kSplit2Time = 0x25C, kFinishFlag = 0x2C4;
+// The message box: the address of its text, the text-ready byte, its display time in seconds.
+constexpr std::uint32_t kMessageBoxText = 0x12C, kMessageBoxReady = 0x138, kMessageBoxTime = 0x2D0;
+} // namespace raceblock
+
+// The stage data: its address is the value stored at the per-build location; the stage's
+// length is at +0x75310.
+std::uint32_t StageDataLocation(GameBuild build);
+constexpr std::uint32_t kStageLength = 0x75310;
+// The buffer the information text is written to; builds 1 and 2 have none (0).
+std::uint32_t InfoTextBuffer(GameBuild build);
+// The buffer the message box's text is written to; every build has one.
+std::uint32_t MessageBoxBuffer(GameBuild build);
+// The location whose value + 0x728 takes the stage-reload request (the value 12).
+std::uint32_t ReloadLocation(GameBuild build);
+constexpr std::uint32_t kReloadRequest = 0x728;
 
 // The menu system: two menu managers (the front end's and the in-race one), two menu transition
 // times and the keep-alive value. All four builds have it.

@@ -5,10 +5,11 @@
 namespace tarvex {
 
 QByteArray WidenForGame(const QString& text) {
-    const QByteArray ansi = text.toLatin1();
-    QByteArray wide(2 * ansi.size() + 2, '\0');
-    for (qsizetype i = 0; i < ansi.size(); ++i) {
-        wide[2 * i] = ansi[i];
+    QByteArray wide(2 * text.size() + 2, '\0');
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const char16_t unit = text[i].unicode();
+        wide[2 * i] = char(unit & 0xFF);
+        wide[2 * i + 1] = char(unit >> 8);
     }
     return wide;
 }

@@ -8,9 +8,9 @@ namespace tarvex {
 
 class GameProcess;
 
-// Text as the game draws it: every character widened to two bytes (the ANSI character, then
-// 0) and a 16-bit terminator. Characters outside Latin-1 become '?', as the ANSI conversion
-// would make them.
+// Text as the game draws it: UTF-16, low byte first, and a 16-bit terminator. A plain ASCII
+// character becomes its byte and a zero; names and chat in any script reach the game as they
+// were typed.
 QByteArray WidenForGame(const QString& text);
 
 // The one way text reaches the game as 16-bit characters (menu entries, the information text,

@@ -1,6 +1,7 @@
 #include "ghost/GhostExchange.h"
 
 #include "app/Settings.h"
+#include "game/RaceBlock.h"
 #include "ghost/CarStateCodec.h"
 #include "ghost/NameTag.h"
 #include "net/Roster.h"
@@ -12,10 +13,8 @@ namespace tarvex {
 
 namespace {
 
-// Per build 1..4: the location holding the local car body's address, and the one holding the
-// race block's.
+// Per build 1..4: the location holding the local car body's address.
 constexpr std::array<std::uint32_t, 4> CarBodyAt = {0x8CECC0, 0x8E9F20, 0x8EF660, 0x8E1658};
-constexpr std::array<std::uint32_t, 4> RaceBlockAt = {0x163F2C0, 0x165A520, 0x165FC68, 0x1651C68};
 // Builds 3 and 4: the engine object from which the chain to the ghost objects starts.
 constexpr std::uint32_t EngineAt(GameBuild build) {
     return build == 3 ? 0x7EA6A8 : build == 4 ? 0x7EC7E8 : 0;
@@ -212,7 +211,7 @@ void GhostExchange::UpdateNameTag() {
     if (m_build < 1 || m_build > 4) {
         return;
     }
-    const std::uint32_t race_block = m_game.ReadGamePointer(RaceBlockAt[std::size_t(m_build - 1)]);
+    const std::uint32_t race_block = GetRaceBlock(m_game, m_build);
     const std::uint32_t camera_object =
         race_block != 0 ? m_game.ReadGamePointer(race_block + RaceCamera) : 0;
     const std::uint32_t camera =

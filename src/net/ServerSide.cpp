@@ -291,6 +291,18 @@ void ServerSide::SendMsg(const QString& text) {
     emit ChatLine(line, m_roster[0].Name);
 }
 
+void ServerSide::SendChatLine(std::uint8_t slot, const QString& text) {
+    emit ChatLine(text, m_roster[slot].Name);
+    SendToAll(ChatMsg{slot, text});
+}
+
+void ServerSide::SendChatTo(int to_slot, std::uint8_t slot, const QString& text) {
+    if (to_slot < 1 || to_slot > 11 || !m_roster[to_slot].Occupied()) {
+        return;
+    }
+    Send(dpn::PlayerId(m_roster[to_slot].PlayerId), Encode(ChatMsg{slot, text}), ChatMsg::Option);
+}
+
 void ServerSide::SendGameStatus(PlayerStatus status) {
     m_roster[0].Status = std::uint8_t(status);
     emit StatusChanged(0);

@@ -35,6 +35,12 @@ public:
 
     // The host's own messages; "to all" reaches every client.
     void SendMsg(const QString& text);
+    // A line the host makes up itself, as said by `slot` (12: nobody): shown here and sent to
+    // everyone.
+    void SendChatLine(std::uint8_t slot, const QString& text);
+    // A line for the player in `to_slot` alone; the host's own player gets nothing, since a
+    // message to oneself does not loop back.
+    void SendChatTo(int to_slot, std::uint8_t slot, const QString& text);
     void SendGameStatus(PlayerStatus status);
     void SendGameData(const GameDataMsg& data);
     void SendRaceState(std::uint8_t state);

@@ -62,7 +62,7 @@ RaceChoices::RaceChoices(Form form, RaceSettings& race, CarSelection& own_car, R
 void RaceChoices::SetLocalSlot(int slot) {
     m_local_slot = slot;
     for (int row = 0; row < kRowCount; ++row) {
-        const bool own = row == LocalRow();
+        const bool own = row == LocalRow() && !m_race_locked;
         pCar[row].SetEnabled(own);
         pTrans[row].SetEnabled(own);
         pTyre[row].SetEnabled(own);
@@ -184,6 +184,21 @@ void RaceChoices::DisableHostControls() {
          {&cmbCountry, &cmbStage, &cmbWeather, &cmbWear, &cmbHumid, &optDam, &optWeather}) {
         list->SetEnabled(false);
     }
+}
+
+void RaceChoices::SetRaceLocked(bool locked) {
+    m_race_locked = locked;
+    if (HostActs()) {
+        for (ChoiceList* list :
+             {&cmbCountry, &cmbStage, &cmbWeather, &cmbWear, &cmbHumid, &optDam, &optWeather}) {
+            list->SetEnabled(!locked);
+        }
+    }
+    const int own = LocalRow();
+    pCar[own].SetEnabled(!locked);
+    pTrans[own].SetEnabled(!locked);
+    pTyre[own].SetEnabled(!locked);
+    emit RaceLockChanged(locked);
 }
 
 void RaceChoices::ShowCar(int slot, const CarSelection& car) {

@@ -69,6 +69,10 @@ public:
     void LoadOld();
     // Makes the host-only controls read-only: a client follows the host's choices.
     void DisableHostControls();
+    // While a race is launched nobody changes what it is run with: the host's race settings,
+    // "Randomize" and the local player's own car lists are locked.
+    void SetRaceLocked(bool locked);
+    bool RaceLocked() const { return m_race_locked; }
     // Shows a player's car choice in their row, as received; no handler runs. A list whose
     // value is out of its range shows nothing.
     void ShowCar(int slot, const CarSelection& car);
@@ -90,6 +94,7 @@ signals:
     void WeatherPictureChanged(int index);
     // The local player chose (or was given) another car, transmission or tyre.
     void OwnCarChanged();
+    void RaceLockChanged(bool locked);
 
 private:
     void ShowWeatherPicture(int index);
@@ -105,6 +110,7 @@ private:
     bool m_is_host;
     int m_local_slot = 0;
     int m_weather_picture = -1;
+    bool m_race_locked = false;
 };
 
 } // namespace tarvex

@@ -75,6 +75,9 @@ void Results::RecordTime(int kind, int slot, float seconds) {
         break;
     case 16:
         race->Finish[slot] = seconds;
+        // A finisher has driven the whole stage, whatever progress reached us last: every copy
+        // then shows the same row, however many car states it missed.
+        race->Percent[slot] = 100;
         break;
     default:
         return;

@@ -188,14 +188,10 @@ private slots:
         // Beyond the bar's range, as a hand-edited file may have it: opening the dialog must not
         // change it.
         host->settings.DataInterval = 1000;
-        ServerFRM server(*host);
-        server.setAttribute(Qt::WA_DeleteOnClose, false);
-        server.PrepareSession(QStringLiteral("Harness"));
+        std::unique_ptr<ServerFRM> window = session.OpenHostWindow();
+        ServerFRM& server = *window;
         std::unique_ptr<ClientFRM> client;
-        Player& ann = session.Join(QStringLiteral("Ann"), {}, [&](Player& player) {
-            client = std::make_unique<ClientFRM>(*player);
-            client->setAttribute(Qt::WA_DeleteOnClose, false);
-        });
+        Player& ann = session.JoinWithWindow(QStringLiteral("Ann"), client);
         QVERIFY(client->Welcomed());
         QVERIFY(SessionHarness::WaitFor([&] { return ann->settings.DataInterval == 1000; }));
         QSignalSpy game_data(&ann->client_side(), &ClientSide::GameDataReceived);
@@ -319,7 +315,7 @@ private slots:
         QPointer<SettingsFRM> gone = form;
         form->close();
         QCOMPARE(closed.size(), 1);
-        QCOMPARE(window.focusWidget(), Child(&window, "MainTXT"));
+        QCOMPARE(window.focusWidget(), Child(&window, "dataTXT"));
         QTRY_VERIFY(!gone);
         // Opened again, it shows the settings as they are now.
         form = OpenOptions(&window);

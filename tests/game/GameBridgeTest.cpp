@@ -176,16 +176,23 @@ private slots:
         QCOMPARE(downs - ups, 1);
     }
 
+    // The automation stops where the player takes over; what the player then does by hand
+    // (the highlighted "Start stage", or a profile picked with the arrows) reaches the stage.
     void stopsWhereThePlayerTakesOver_data() {
         QTest::addColumn<bool>("setups");
         QTest::addColumn<int>("menu");
-        QTest::newRow("setups allowed: the service screen") << true << 12;
-        QTest::newRow("profile by hand: the profile menu") << false << 82;
+        QTest::addColumn<QList<int>>("keys");
+        QTest::addColumn<int>("profile");
+        QTest::newRow("setups allowed: the service screen") << true << 12 << QList<int>{13} << 3;
+        QTest::newRow("profile by hand: the profile menu")
+            << false << 82 << QList<int>{40, 13} << 2;
     }
 
     void stopsWhereThePlayerTakesOver() {
         QFETCH(bool, setups);
         QFETCH(int, menu);
+        QFETCH(QList<int>, keys);
+        QFETCH(int, profile);
         Machine m(3);
         m.stored.race.SetupsAllowed = setups ? 1 : 0;
         m.stored.settings.BypassProfile = setups ? 1 : 0;
@@ -199,6 +206,12 @@ private slots:
             // The menus get their transition times back for the player.
             QCOMPARE(m.game.Memory().F32(0x1660E10), value_a);
         }
+        for (int key : keys) {
+            m.Key(key);
+        }
+        QVERIFY(m.game.RunUntil([&m] { return m.game.Status().in_stage; }, kStartLineLimitMs));
+        QCOMPARE(m.game.Status().stage_id, int(m.stored.race.StageId));
+        QCOMPARE(m.game.Status().profile, profile);
     }
 
     void patchesFollowTheSettings_data() {

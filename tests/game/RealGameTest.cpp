@@ -1,4 +1,5 @@
 #include "RaceReadySettings.h"
+#include "RealMachine.h"
 #include "TempFolder.h"
 #include "TestRegistry.h"
 #include "XProgram.h"
@@ -9,16 +10,9 @@
 #include "game/ProbeGame.h"
 #include "ghost/GhostFiles.h"
 #include "platform/Platform.h"
-#include "platform/linux/MonotonicClock.h"
-#include "platform/linux/ProcfsProcessMemory.h"
-#include "platform/linux/XInputKeyboardHook.h"
-#include "platform/linux/XcbConnection.h"
-#include "platform/linux/XcbDesktop.h"
 #include "platform/qt/QtShell.h"
 
 #include <QFile>
-#include <QFileInfo>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QTest>
@@ -32,72 +26,13 @@ namespace {
 
 // The Tarvex side of one machine: the native platform on the given display.
 Platform PlatformOn(const QString& display) {
-    Platform platform;
-    platform.clock = std::make_shared<MonotonicClock>();
-    platform.memory = std::make_shared<ProcfsProcessMemory>();
-    platform.desktop = std::make_shared<XcbDesktop>(std::make_shared<XcbConnection>(display));
-    platform.keyboard =
-        std::make_shared<XInputKeyboardHook>(std::make_shared<XcbConnection>(display));
+    Platform platform = test::NativeOn(display);
     platform.shell = std::make_shared<QtShell>();
     return platform;
 }
 
-// The stand-in game started on a display, from a game folder of its own.
-class RunningGame {
-public:
-    RunningGame(const QString& executable, const QString& display, const QStringList& arguments,
-                const QString& status_file = {}) {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DISPLAY"), display);
-        m_process.setProcessEnvironment(environment);
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        // Its own folder as working folder, as Tarvex starts it.
-        m_process.setWorkingDirectory(QFileInfo(executable).path());
-        QStringList all = arguments;
-        if (!status_file.isEmpty()) {
-            all << QStringLiteral("--status") << status_file;
-        }
-        m_process.start(executable, all);
-        m_process.waitForStarted(5000);
-    }
-    ~RunningGame() {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.kill();
-            m_process.waitForFinished(5000);
-        }
-    }
-    std::uint32_t Pid() const { return std::uint32_t(m_process.processId()); }
-    QProcess& Process() { return m_process; }
-
-private:
-    QProcess m_process;
-};
-
-// The game's last reported state.
-QJsonObject LastStatus(const QString& status_file) {
-    QFile file(status_file);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    const QList<QByteArray> lines = file.readAll().trimmed().split('\n');
-    return QJsonDocument::fromJson(lines.last()).object();
-}
-
-QByteArray Protection(std::uint32_t pid, std::uint32_t address) {
-    QFile maps(QStringLiteral("/proc/%1/maps").arg(pid));
-    if (!maps.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    for (const QByteArray& line : maps.readAll().split('\n')) {
-        const QList<QByteArray> fields = line.split(' ');
-        const QList<QByteArray> range = fields.value(0).split('-');
-        if (range.size() == 2 && range[0].toULongLong(nullptr, 16) <= address &&
-            address < range[1].toULongLong(nullptr, 16)) {
-            return fields.value(1);
-        }
-    }
-    return {};
-}
+using test::LastStatus;
+using test::RunningGame;
 
 constexpr int kStartTimeout = 10000;
 // An address in the game's static data that nothing of the game uses.
@@ -112,9 +47,8 @@ class RealGameTest : public QObject {
 
 private slots:
     void initTestCase() {
-        const QString built =
-            qEnvironmentVariable("TARVEX_BINARY_DIR") + QStringLiteral("/sim/DuneholtRally");
-        if (!QFile::exists(built)) {
+        const QString built = test::BuiltGame();
+        if (built.isEmpty()) {
             QSKIP("the stand-in game is not built");
         }
         m_folder = std::make_unique<test::TempFolder>();
@@ -132,59 +66,20 @@ private slots:
         m_folder.reset();
     }
 
-    void findsTheGameAndTellsItsBuild_data() {
-        QTest::addColumn<int>("build");
-        QTest::addColumn<int>("byte");
-        QTest::newRow("build 1") << 1 << 0x10;
-        QTest::newRow("build 4") << 4 << 0x00;
-    }
-
-    void findsTheGameAndTellsItsBuild() {
-        QFETCH(int, build);
-        QFETCH(int, byte);
-        const Platform platform = PlatformOn(m_display);
-        GameProcess game(platform);
-        // A window of another class is not the game.
-        test::XProgram other(m_display);
-        const xcb_window_t decoy = other.CreateWindow("DHRVideoPlayerDS", 1);
-        other.Map(decoy);
-        QVERIFY(!game.IsGameRunning());
-
-        RunningGame running(m_executable, m_display,
-                            {QStringLiteral("--build"), QString::number(build)});
-        QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
-        QCOMPARE(game.GetGameBuild(), build);
-        QVERIFY(game.Window() != decoy);
-        QCOMPARE(game.ProcessId(), running.Pid());
-        QCOMPARE(game.ReadGameByte(GameProcess::kBuildByteAddress), std::uint8_t(byte));
-        QCOMPARE(game.GetGameExePath(), m_folder->Path() + u'/');
-
-        QTRY_VERIFY(game.IsGameForeground()); // the game takes the focus when shown
-        QString line;
-        QTextStream out(&line);
-        ProbeGame(out, platform);
-        QCOMPARE(line, QStringLiteral("game: pid=%1 build=%2 folder=%3/ foreground=yes\n")
-                           .arg(running.Pid())
-                           .arg(build)
-                           .arg(m_folder->Path()));
-        other.Destroy(decoy);
-    }
-
     void readsAndWritesLand() {
         const Platform platform = PlatformOn(m_display);
         GameProcess game(platform);
         RunningGame running(m_executable, m_display, {});
         QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
-        game.FindGame();
+        QCOMPARE(game.GetGameBuild(), 3); // the build a game started without options is
 
-        // A code page: stock bytes first, then the patch, which leaves the page executable.
+        // A code page (that it stays executable is the memory suite's): stock bytes, then the
+        // patch.
         QCOMPARE(game.ReadGameLong(kCodeSite), std::int32_t(0x86110FF3));
-        QCOMPARE(Protection(game.ProcessId(), kCodeSite), QByteArray("r-xp"));
         int length = 0;
         QCOMPARE(game.WriteGameHex(kCodeSite, QStringLiteral("9090"), &length), 1);
         QCOMPARE(length, 2);
         QCOMPARE(game.ReadGameLong(kCodeSite), std::int32_t(0x86119090));
-        QCOMPARE(Protection(game.ProcessId(), kCodeSite), QByteArray("r-xp"));
 
         // Data, and the car pose's seven values read back in one go.
         const float pose[7] = {0.5f, -0.5f, 0.25f, 0.75f, 1200.5f, -33.0f, 7.125f};
@@ -198,25 +93,15 @@ private slots:
         QCOMPARE(length, 9);
         QCOMPARE(game.ReadGameLong(kScratch + 8), std::int32_t('a')); // 'a', then no terminator
 
-        // The game quits: reads give back what they last read, writes change nothing.
-        running.Process().kill();
-        running.Process().waitForFinished(5000);
-        QCOMPARE(game.ReadGameLong(kCodeSite), std::int32_t('a'));
-        QCOMPARE(game.ReadGameSingle(kScratch), 7.125f);
-        QCOMPARE(game.WriteGameValue(kScratch, 1), 0);
-        QVERIFY(!game.IsGameRunning());
-    }
-
-    void closeEndsTheGame() {
-        const Platform platform = PlatformOn(m_display);
-        GameProcess game(platform);
-        RunningGame running(m_executable, m_display, {});
-        QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
-        game.FindGame();
+        // Asked to close, the game quits normally; reads then give back what they last read,
+        // and writes change nothing.
         platform.desktop->CloseWindow(game.Window());
         QVERIFY(running.Process().waitForFinished(5000));
         QCOMPARE(running.Process().exitStatus(), QProcess::NormalExit);
         QCOMPARE(running.Process().exitCode(), 0);
+        QCOMPARE(game.ReadGameLong(kCodeSite), std::int32_t('a'));
+        QCOMPARE(game.ReadGameSingle(kScratch), 7.125f);
+        QCOMPARE(game.WriteGameValue(kScratch, 1), 0);
         QVERIFY(!game.IsGameRunning());
     }
 
@@ -246,67 +131,6 @@ private slots:
         QCOMPARE(running.Process().state(), QProcess::Running);
     }
 
-    void hookDeliversTypedCharacters() {
-        const Platform platform = PlatformOn(m_display);
-        GameProcess game(platform);
-        RunningGame running(m_executable, m_display, {});
-        QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
-        game.FindGame();
-        QTRY_VERIFY(game.IsGameForeground());
-
-        QList<int> keys;
-        QString typed;
-        KeyboardHook& hook = *platform.keyboard;
-        QVERIFY(hook.Hook([&](int key, std::uint32_t flags) {
-            if (!(flags & 0x80000000u)) {
-                keys.append(key);
-                typed += hook.ToAscii(key, flags);
-            }
-        }));
-        Desktop& desktop = *platform.desktop;
-        const auto stroke = [&](int key) {
-            desktop.SendKey(key, true);
-            desktop.SendKey(key, false);
-        };
-        stroke('T');
-        desktop.SendKey(16, true);
-        stroke('H');
-        desktop.SendKey(16, false);
-        stroke('I');
-        desktop.SendKey(16, true);
-        stroke('1');
-        desktop.SendKey(16, false);
-        stroke(8);
-        stroke(13);
-        QTRY_COMPARE(keys.size(), 8);
-        QCOMPARE(keys, (QList<int>{84, 16, 72, 73, 16, 49, 8, 13}));
-        QCOMPARE(typed, QStringLiteral("tHi!\b\r"));
-        hook.Unhook();
-    }
-
-    void hookClicksReachTheButton() {
-        const Platform platform = PlatformOn(m_display);
-        GameProcess game(platform);
-        const QString status = m_folder->File(QStringLiteral("hook.json"));
-        RunningGame running(m_executable, m_display, {}, status);
-        QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
-        QCOMPARE(game.GetGameBuild(), 3);
-
-        int clicks = 0;
-        const WindowHandle button = platform.desktop->CreateHookButton([&] { ++clicks; });
-        QVERIFY(button != 0);
-        game.WriteGameHex(0x493976, QStringLiteral("6A006A0068F500000068FC084000FF15e4967200"));
-        game.WriteGameLong(0x493980, std::int32_t(button));
-        QTRY_VERIFY(clicks >= 5);
-        QTRY_VERIFY(LastStatus(status).value(QStringLiteral("hook_clicks")).toInt() >= 5);
-
-        platform.desktop->DestroyHookButton(button);
-        const int seen = clicks;
-        QTest::qWait(200);
-        QCOMPARE(clicks, seen);
-        QCOMPARE(running.Process().state(), QProcess::Running); // clicks into the void are fine
-    }
-
     void launchesThroughTheShellInItsFolder() {
         const Platform platform = PlatformOn(m_display);
         GameProcess game(platform);
@@ -328,6 +152,8 @@ private slots:
         QCOMPARE(folder, m_folder->Path());
     }
 
+    // Two machines, each with its own display and game: each finds only its own, tells its
+    // build from the build byte, and ignores a window of another class.
     void eachMachineFindsOnlyItsOwnGame() {
         test::XvfbServer other_server;
         if (other_server.Display().isEmpty()) {
@@ -337,15 +163,33 @@ private slots:
         const Platform there = PlatformOn(other_server.Display());
         GameProcess game_here(here);
         GameProcess game_there(there);
-        RunningGame mine(m_executable, m_display, {QStringLiteral("--build"), QStringLiteral("3")});
+        test::XProgram other(m_display);
+        const xcb_window_t decoy = other.CreateWindow("DHRVideoPlayerDS", 1);
+        other.Map(decoy);
+        QVERIFY(!game_here.IsGameRunning());
+
+        RunningGame mine(m_executable, m_display, {QStringLiteral("--build"), QStringLiteral("1")});
         RunningGame theirs(m_executable, other_server.Display(),
                            {QStringLiteral("--build"), QStringLiteral("4")});
         QTRY_VERIFY_WITH_TIMEOUT(game_here.IsGameRunning(), kStartTimeout);
         QTRY_VERIFY_WITH_TIMEOUT(game_there.IsGameRunning(), kStartTimeout);
-        QCOMPARE(game_here.GetGameBuild(), 3);
+        QCOMPARE(game_here.GetGameBuild(), 1);
         QCOMPARE(game_there.GetGameBuild(), 4);
+        QVERIFY(game_here.Window() != decoy);
         QCOMPARE(game_here.ProcessId(), mine.Pid());
         QCOMPARE(game_there.ProcessId(), theirs.Pid());
+        QCOMPARE(game_here.ReadGameByte(GameProcess::kBuildByteAddress), std::uint8_t(0x10));
+        QCOMPARE(game_there.ReadGameByte(GameProcess::kBuildByteAddress), std::uint8_t(0x00));
+        QCOMPARE(game_here.GetGameExePath(), m_folder->Path() + u'/');
+
+        QTRY_VERIFY(game_here.IsGameForeground()); // the game takes the focus when shown
+        QString line;
+        QTextStream out(&line);
+        ProbeGame(out, here);
+        QCOMPARE(line, QStringLiteral("game: pid=%1 build=1 folder=%2/ foreground=yes\n")
+                           .arg(mine.Pid())
+                           .arg(m_folder->Path()));
+        other.Destroy(decoy);
     }
 
     void bridgeBringsTheGameToTheStartLine_data() {
@@ -397,7 +241,14 @@ private slots:
         QCOMPARE(s.value("profile").toInt(), 1);
         QVERIFY(s.value("ghosts_loaded").toBool());
         QVERIFY(clicks > 0);
+        QTRY_VERIFY(LastStatus(status).value(QStringLiteral("hook_clicks")).toInt() > 0);
+
+        // The button gone, the game's clicks go into the void, and the game runs on.
         platform.desktop->DestroyHookButton(hook);
+        const int seen = clicks;
+        QTest::qWait(200);
+        QCOMPARE(clicks, seen);
+        QCOMPARE(running.Process().state(), QProcess::Running);
     }
 
 private:

@@ -7,6 +7,7 @@
 #include "race/GameData.h"
 #include "results/TimeFRM.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QListWidget>
@@ -42,15 +43,9 @@ private slots:
         SessionHarness session(QStringLiteral("Controls Rally"));
         QVERIFY(session.StartHost(QStringLiteral("Hostess"), 4));
         Player& host = session.Host();
-        auto server = std::make_unique<ServerFRM>(*host);
-        server->setAttribute(Qt::WA_DeleteOnClose, false);
-        server->PrepareSession(QStringLiteral("Friday Rally"));
-
+        std::unique_ptr<ServerFRM> server = session.OpenHostWindow();
         std::unique_ptr<ClientFRM> client;
-        Player& ann = session.Join(QStringLiteral("Ann"), {}, [&](Player& player) {
-            client = std::make_unique<ClientFRM>(*player);
-            client->setAttribute(Qt::WA_DeleteOnClose, false);
-        });
+        Player& ann = session.JoinWithWindow(QStringLiteral("Ann"), client);
         QVERIFY(client->Welcomed());
 
         QVERIFY(Box(*server, "cmbCountry")->isEnabled());
@@ -114,7 +109,57 @@ private slots:
         QCOMPARE(forms[0]->tList->count(), 1);
         QVERIFY(forms[0]->tList->item(0)->text().startsWith(
             QStringLiteral("Hostess\tCitroen Xsara\tAuto\tGravel Wet\t")));
+        // Closed, it leaves the player where they type.
+        server->findChild<QWidget*>(QStringLiteral("MainTXT"))->setFocus();
         forms[0]->close();
+        QCOMPARE(server->focusWidget(), server->findChild<QWidget*>(QStringLiteral("dataTXT")));
+    }
+
+    // Ready, Start and Stop on the windows: the status lines, the caption and what may be
+    // changed follow the race on both sides.
+    void ReadyStartStop() {
+        SessionHarness session(QStringLiteral("Start Rally"));
+        QVERIFY(session.StartHost(QStringLiteral("Hostess"), 4));
+        std::unique_ptr<ServerFRM> server = session.OpenHostWindow();
+        std::unique_ptr<ClientFRM> client;
+        session.JoinWithWindow(QStringLiteral("Ann"), client);
+        QVERIFY(client->Welcomed());
+        auto lblStatus = [](QWidget& window) {
+            return window.findChild<QLabel*>(QStringLiteral("lblStatus"))->text();
+        };
+        auto* cmdStart = server->findChild<QPushButton*>(QStringLiteral("cmdStart"));
+        QVERIFY(!client->findChild<QPushButton*>(QStringLiteral("cmdStart")));
+        QCOMPARE(cmdStart->text(), QStringLiteral("Start"));
+        QCOMPARE(lblStatus(*server), QStringLiteral("Status: Idle"));
+
+        QTest::mouseClick(client->findChild<QCheckBox*>(QStringLiteral("chkReady")),
+                          Qt::LeftButton);
+        QVERIFY(SessionHarness::WaitFor([&] {
+            return server->Rows().status[1]->property("picture").toString() ==
+                   QStringLiteral(":/status/dummygreen.png");
+        }));
+        QTest::mouseClick(cmdStart, Qt::LeftButton);
+        QCOMPARE(cmdStart->text(), QStringLiteral("Stop"));
+        QCOMPARE(lblStatus(*server), QStringLiteral("Status: Race in Session"));
+        QVERIFY(!server->findChild<QCheckBox*>(QStringLiteral("chkReady"))->isEnabled());
+        QVERIFY(!Box(*server, "cmbCountry")->isEnabled());
+        QVERIFY(!server->Rows().pCar[0]->isEnabled());
+        QVERIFY(!server->findChild<QPushButton*>(QStringLiteral("Command1"))->isEnabled());
+        QVERIFY(SessionHarness::WaitFor(
+            [&] { return lblStatus(*client) == QStringLiteral("Status: Game Launches In...3"); }));
+        QVERIFY(!client->Rows().pCar[1]->isEnabled());
+        QVERIFY(!client->findChild<QCheckBox*>(QStringLiteral("chkReady"))->isEnabled());
+
+        QTest::mouseClick(cmdStart, Qt::LeftButton);
+        QCOMPARE(cmdStart->text(), QStringLiteral("Start"));
+        QCOMPARE(lblStatus(*server), QStringLiteral("Status: Idle"));
+        QVERIFY(Box(*server, "cmbCountry")->isEnabled());
+        QVERIFY(server->findChild<QPushButton*>(QStringLiteral("Command1"))->isEnabled());
+        QVERIFY(SessionHarness::WaitFor(
+            [&] { return lblStatus(*client) == QStringLiteral("Status: Idle"); }));
+        QVERIFY(client->Rows().pCar[1]->isEnabled());
+        QVERIFY(client->findChild<QCheckBox*>(QStringLiteral("chkReady"))->isChecked());
+        QVERIFY(client->findChild<QCheckBox*>(QStringLiteral("chkReady"))->isEnabled());
     }
 };
 

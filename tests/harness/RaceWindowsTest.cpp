@@ -37,9 +37,7 @@ private slots:
         SessionHarness session(QStringLiteral("Friday Rally"));
         QVERIFY(session.StartHost(QStringLiteral("Hostess"), 4));
         Player& host = session.Host();
-        auto server = std::make_unique<ServerFRM>(*host);
-        server->setAttribute(Qt::WA_DeleteOnClose, false);
-        server->PrepareSession(QStringLiteral("Friday Rally"));
+        std::unique_ptr<ServerFRM> server = session.OpenHostWindow();
 
         std::unique_ptr<ClientFRM> client;
         std::unique_ptr<QSignalSpy> welcomed;
@@ -130,11 +128,8 @@ private slots:
         // A newcomer during a race learns it from the welcome and waits it out.
         host->flags.RaceLaunched = 1;
         std::unique_ptr<ClientFRM> late;
-        Player& bob = session.Join(QStringLiteral("Bob"), {}, [&](Player& player) {
-            player->flags.StartGiven = 1;
-            late = std::make_unique<ClientFRM>(*player);
-            late->setAttribute(Qt::WA_DeleteOnClose, false);
-        });
+        Player& bob = session.JoinWithWindow(QStringLiteral("Bob"), late,
+                                             [](Player& player) { player->flags.StartGiven = 1; });
         QVERIFY(late->Welcomed());
         QCOMPARE(int(bob->LocalSlot), 1);
         QCOMPARE(bob->flags.RaceLaunched, std::uint8_t(1));

@@ -1,5 +1,8 @@
 #include "SessionHarness.h"
 
+#include "app/ClientFRM.h"
+#include "app/ServerFRM.h"
+
 #include <QTest>
 #include <QUdpSocket>
 
@@ -32,7 +35,11 @@ SessionHarness::~SessionHarness() {
 
 std::unique_ptr<Player> SessionHarness::NewPlayer(const QString& name) {
     auto player = std::make_unique<Player>();
-    player->tarvex = std::make_unique<Tarvex>(player->platform.AsPlatform(), player->folder.Path());
+    Platform platform = player->platform.AsPlatform();
+    if (prepare_platform) {
+        prepare_platform(*player, platform);
+    }
+    player->tarvex = std::make_unique<Tarvex>(std::move(platform), player->folder.Path());
     Tarvex& tarvex = *player->tarvex;
     tarvex.MyName = name;
     tarvex.settings.ShowJoinQuit = 1;
@@ -79,6 +86,24 @@ bool SessionHarness::Leave(Player& player) {
     const std::int32_t id = player->roster[player->LocalSlot].PlayerId;
     player->client().CloseClient();
     return WaitFor([&] { return !m_host->tarvex->roster.SlotOf(id); });
+}
+
+std::unique_ptr<ServerFRM> SessionHarness::OpenHostWindow() {
+    auto window = std::make_unique<ServerFRM>(*m_host->tarvex);
+    window->setAttribute(Qt::WA_DeleteOnClose, false);
+    window->PrepareSession(m_session_name);
+    return window;
+}
+
+Player& SessionHarness::JoinWithWindow(const QString& name, std::unique_ptr<ClientFRM>& window,
+                                       const std::function<void(Player&)>& prepare) {
+    return Join(name, {}, [&](Player& player) {
+        if (prepare) {
+            prepare(player);
+        }
+        window = std::make_unique<ClientFRM>(*player);
+        window->setAttribute(Qt::WA_DeleteOnClose, false);
+    });
 }
 
 bool SessionHarness::WaitFor(const std::function<bool()>& done, int timeout_ms) {

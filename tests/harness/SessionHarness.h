@@ -9,13 +9,22 @@
 #include <memory>
 #include <vector>
 
+namespace tarvex {
+class ClientFRM;
+class ServerFRM;
+} // namespace tarvex
+
 namespace tarvex::test {
+
+class GameMachine;
 
 // One copy of Tarvex as a test runs it: a whole context with its own fake platform and its own
 // settings folder.
 struct Player {
     FakePlatform platform;
     TempFolder folder;
+    // The player's game, when the test races (see RaceHarness).
+    std::shared_ptr<GameMachine> machine;
     std::unique_ptr<Tarvex> tarvex;
 
     Tarvex* operator->() { return tarvex.get(); }
@@ -39,7 +48,18 @@ public:
     // The client closes its session; waits until the host has freed its slot.
     bool Leave(Player& player);
 
+    // The race windows as the players have them open; closing one does not delete it. The
+    // host's is made ready for the session; a client's opens before it joins, after `prepare`.
+    std::unique_ptr<ServerFRM> OpenHostWindow();
+    Player& JoinWithWindow(const QString& name, std::unique_ptr<ClientFRM>& window,
+                           const std::function<void(Player&)>& prepare = {});
+
     Player& Host() { return *m_host; }
+    const std::vector<std::unique_ptr<Player>>& Clients() const { return m_clients; }
+
+    // Runs for each new copy before its Tarvex is made: a test may put parts of its own into
+    // the platform (a game to race with, a real clock).
+    std::function<void(Player&, Platform&)> prepare_platform;
     quint16 Port() const { return m_port; }
 
     // Runs the event loop until `done` holds or `timeout_ms` passes.

@@ -199,7 +199,6 @@ private slots:
     }
 
     void hookKeepsItsOwnModifierState() {
-        // (Typing through the hook while the game has the focus is tested with the game.)
         auto desktop = NewDesktop();
         XInputKeyboardHook hook(std::make_shared<XcbConnection>());
         QString typed;
@@ -227,7 +226,13 @@ private slots:
         stroke('C');
         desktop->SendKey(16, false);
         stroke('D');
-        QTRY_COMPARE(typed, QStringLiteral("aCd"));
+        // Shifted digits give their symbol; Backspace and Enter give their control characters.
+        desktop->SendKey(16, true);
+        stroke('1');
+        desktop->SendKey(16, false);
+        stroke(8);
+        stroke(13);
+        QTRY_COMPARE(typed, QStringLiteral("aCd!\b\r"));
         hook.Unhook();
     }
 

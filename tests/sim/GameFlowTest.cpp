@@ -34,8 +34,6 @@ class GameFlowTest : public QObject {
 private slots:
     void menusLeadToTheSetUpsStage_data();
     void menusLeadToTheSetUpsStage();
-    void profileMenuWaitsForThePlayerWithoutBypass();
-    void setupsAllowedStopsAtTheServiceArea();
     void stageRunsFromTheHeldStartToTheFinish_data();
     void stageRunsFromTheHeldStartToTheFinish();
     void pauseAndRespawnFollowTheirPatches_data();
@@ -144,38 +142,6 @@ void GameFlowTest::menusLeadToTheSetUpsStage() {
     for (auto field = started.begin(); field != started.end(); ++field) {
         QCOMPARE(status[field.key()], field.value());
     }
-}
-
-void GameFlowTest::profileMenuWaitsForThePlayerWithoutBypass() {
-    Machine machine(4);
-    TarvexPart& tarvex = machine.tarvex;
-    tarvex.ipro = false;
-    tarvex.ApplyGamePatches(0);
-    QVERIFY(!tarvex.DriveMenusToStage(5));
-    QCOMPARE(tarvex.CurrentMenuIndex(), 82);
-    QCOMPARE(machine.memory->U32(tarvex.MenuBase() + 0x70), 1u);
-    // The player picks profile 3 by hand.
-    machine.game.KeyDown(40);
-    machine.game.KeyDown(40);
-    tarvex.PressEnter();
-    QVERIFY(tarvex.DriveMenusToStage());
-    QCOMPARE(machine.game.GetStatus().profile, 3);
-}
-
-void GameFlowTest::setupsAllowedStopsAtTheServiceArea() {
-    Machine machine(3);
-    TarvexPart& tarvex = machine.tarvex;
-    tarvex.setups_allowed = true;
-    tarvex.ApplyGamePatches(0);
-    QVERIFY(!tarvex.DriveMenusToStage(8));
-    QCOMPARE(tarvex.CurrentMenuIndex(), 12);
-    QVERIFY(!machine.game.GetStatus().loading);
-    // The player leaves the service area by hand: the highlighted "Start stage" entry.
-    QCOMPARE(machine.memory->U32(tarvex.MenuAt(12) + 0x14), 6u);
-    tarvex.PressEnter();
-    tarvex.Wait(2.0);
-    QVERIFY(machine.game.GetStatus().in_stage);
-    QCOMPARE(machine.game.GetStatus().stage_id, 10);
 }
 
 void GameFlowTest::stageRunsFromTheHeldStartToTheFinish_data() {

@@ -1,66 +1,18 @@
 #include "InProcessGame.h"
 
+#include "GameMemory.h"
+
 #include <QCoreApplication>
 
 namespace tarvex::test {
-
-namespace {
-
-// The game's address space as another process's memory: only its own pid reaches it, and only
-// while the game runs.
-class GameMemory final : public ProcessMemory {
-public:
-    GameMemory(sim::AddressSpace& space, QString executable, std::function<bool()> running,
-               std::function<void()> terminate)
-        : m_space(space)
-        , m_executable(std::move(executable))
-        , m_running(std::move(running))
-        , m_terminate(std::move(terminate)) {}
-
-    bool Read(std::uint32_t pid, std::uint32_t address, void* buffer, std::size_t size) override {
-        return Reaches(pid) && m_space.Read(address, buffer, size);
-    }
-    bool ReadGroup(std::uint32_t pid, std::span<const MemoryRegion> regions) override {
-        for (const MemoryRegion& region : regions) {
-            if (!Read(pid, region.address, region.buffer, region.size)) {
-                return false;
-            }
-        }
-        return true;
-    }
-    bool Write(std::uint32_t pid, std::uint32_t address, const void* data,
-               std::size_t size) override {
-        return Reaches(pid) && m_space.Write(address, data, size);
-    }
-    QString ExecutablePath(std::uint32_t pid) override {
-        return Reaches(pid) ? m_executable : QString();
-    }
-    bool Terminate(std::uint32_t pid) override {
-        if (!Reaches(pid)) {
-            return false;
-        }
-        m_terminate();
-        return true;
-    }
-
-private:
-    bool Reaches(std::uint32_t pid) const { return pid == InProcessGame::kPid && m_running(); }
-
-    sim::AddressSpace& m_space;
-    QString m_executable;
-    std::function<bool()> m_running;
-    std::function<void()> m_terminate;
-};
-
-} // namespace
 
 InProcessGame::InProcessGame(sim::Options options) {
     m_memory = sim::NewMemorySpace();
     options.game_folder = m_folder.Path().toStdString();
     m_game = std::make_unique<sim::Game>(*m_memory, options);
     m_process_memory = std::make_shared<GameMemory>(
-        *m_memory, m_folder.File(QStringLiteral("DuneholtRally")), [this] { return Running(); },
-        [this] { End(); });
+        [this](std::uint32_t pid) { return pid == kPid && Running() ? m_memory.get() : nullptr; },
+        [this] { return m_folder.File(QStringLiteral("DuneholtRally")); }, [this] { End(); });
 
     FakeDesktop& desktop = *m_fake.desktop;
     m_window = desktop.AddWindow(QStringLiteral("D3D Window"), kPid);

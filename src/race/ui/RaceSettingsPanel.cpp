@@ -114,6 +114,8 @@ RaceSettingsPanel::RaceSettingsPanel(RaceChoices& choices, QWidget* parent)
     Command1->setObjectName(QStringLiteral("Command1"));
     Command1->setVisible(choices.form() == RaceChoices::Form::Host);
     connect(Command1, &QPushButton::clicked, this, [this] { m_choices.Command1_Click(); });
+    connect(&choices, &RaceChoices::RaceLockChanged, Command1,
+            [this](bool locked) { Command1->setEnabled(!locked); });
 
     auto* side = new QVBoxLayout;
     side->addWidget(pWeather, 0, Qt::AlignHCenter);
