@@ -118,7 +118,7 @@ void GameProcess::ReadGameSingles(std::span<const std::uint32_t> addresses,
     }
     // Read straight into the caller's values, a stack array of regions at a time; a failure
     // anywhere overwrites them all below.
-    constexpr size_t Chunk = 8;
+    constexpr size_t Chunk = 16; // the game tick reads nine fields: one system call
     bool ok = m_process_id != 0;
     for (size_t first = 0; ok && first < count; first += Chunk) {
         const size_t chunk = std::min(Chunk, count - first);

@@ -292,8 +292,9 @@ void ServerSide::SendMsg(const QString& text) {
 }
 
 void ServerSide::SendChatLine(std::uint8_t slot, const QString& text) {
-    emit ChatLine(text, m_roster[slot].Name);
     SendToAll(ChatMsg{slot, text});
+    m_server.Flush();
+    emit ChatLine(text, m_roster[slot].Name);
 }
 
 void ServerSide::SendChatTo(int to_slot, std::uint8_t slot, const QString& text) {
