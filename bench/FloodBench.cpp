@@ -89,7 +89,7 @@ int main(int argc, char** argv) {
     const int quiet_s = 5;
 
     QTemporaryDir folder;
-    const quint16 port = FreePort();
+    const quint16 port = FreeUdpPort();
     QProcess host;
     if (!StartTarvex(host, TarvexFolder(folder.path(), QStringLiteral("host")),
                      QStringLiteral("-1::%1:Hostess:").arg(port))) {

@@ -156,7 +156,7 @@ void Stop(std::vector<Copy>& copies) {
 }
 
 bool MeasureRaw(int seconds, PerCopy& figures) {
-    const quint16 port = FreePort();
+    const quint16 port = FreeUdpPort();
     std::vector<Copy> copies(1 + Clients);
     QProcess& host = *copies[0].process;
     host.start(QCoreApplication::applicationFilePath(),
@@ -188,7 +188,7 @@ bool MeasureRaw(int seconds, PerCopy& figures) {
 
 bool MeasureTarvex(int seconds, PerCopy& figures) {
     QTemporaryDir folder;
-    const quint16 port = FreePort();
+    const quint16 port = FreeUdpPort();
     QUdpSocket listing;
     listing.bind(QHostAddress::LocalHost, 0);
     std::vector<Copy> copies(1 + Clients);

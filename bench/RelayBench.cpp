@@ -285,11 +285,11 @@ int main(int argc, char** argv) {
     QTemporaryDir folder;
     QProcess relay;
     QProcess host;
-    const quint16 raw_port = FreePort();
+    const quint16 raw_port = FreeUdpPort();
     relay.setProcessChannelMode(QProcess::ForwardedChannels);
     relay.start(QCoreApplication::applicationFilePath(),
                 {QStringLiteral("--raw-relay"), QString::number(raw_port)});
-    const quint16 port = FreePort();
+    const quint16 port = FreeUdpPort();
     if (!relay.waitForStarted(5000) ||
         !StartTarvex(host, TarvexFolder(folder.path(), QStringLiteral("host")),
                      QStringLiteral("-1::%1:Hostess:").arg(port)) ||

@@ -3,14 +3,13 @@
 // What the session benchmarks share: ports, settings folders for real `tarvex` copies, raw ENet
 // peers that join a Tarvex host, and what /proc tells about a running copy.
 
+#include "FreePort.h"
 #include "net/Messages.h"
 #include "net/transport/Handshake.h"
 
 #include <QDir>
 #include <QFile>
-#include <QHostAddress>
 #include <QProcess>
-#include <QUdpSocket>
 #include <algorithm>
 #include <enet/enet.h>
 #include <enet/time.h>
@@ -19,11 +18,7 @@
 
 namespace tarvex::bench {
 
-inline quint16 FreePort() {
-    QUdpSocket probe;
-    probe.bind(QHostAddress::LocalHost, 0);
-    return probe.localPort();
-}
+using test::FreeUdpPort;
 
 inline double Percentile(std::vector<double> values, double q) {
     if (values.empty()) {

@@ -2,13 +2,13 @@
 // both reliable) and the one-way time of an unreliable message, through the same code paths
 // the program uses (socket notifier, event queue, flush after send). Host and client share one
 // thread here, as in the multi-instance tests.
+#include "FreePort.h"
 #include "net/transport/ClientSession.h"
 #include "net/transport/HostSession.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QTimer>
-#include <QUdpSocket>
 #include <algorithm>
 #include <cstdio>
 #include <vector>
@@ -30,12 +30,6 @@ Figures Summarise(std::vector<qint64> ns) {
     return {at(0.5) / 1000.0, at(0.99) / 1000.0};
 }
 
-quint16 FreePort() {
-    QUdpSocket probe;
-    probe.bind(QHostAddress::LocalHost, 0);
-    return probe.localPort();
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -44,7 +38,7 @@ int main(int argc, char** argv) {
 
     HostSession host(nullptr);
     ClientSession client(nullptr);
-    const quint16 port = FreePort();
+    const quint16 port = test::FreeUdpPort();
     if (!host.InitServer(QStringLiteral("Bench"), 12, port, QString())) {
         return 1;
     }

@@ -1,5 +1,6 @@
 #include "game/GameProcess.h"
 
+#include "game/HexBytes.h"
 #include "platform/Clock.h"
 #include "platform/Platform.h"
 #include "platform/ProcessMemory.h"
@@ -12,24 +13,6 @@
 #include <cstring>
 
 namespace tarvex {
-
-namespace {
-
-int HexDigit(QChar c) {
-    const char16_t u = c.unicode();
-    if (u >= '0' && u <= '9') {
-        return u - '0';
-    }
-    if (u >= 'a' && u <= 'f') {
-        return u - 'a' + 10;
-    }
-    if (u >= 'A' && u <= 'F') {
-        return u - 'A' + 10;
-    }
-    return -1;
-}
-
-} // namespace
 
 GameProcess::GameProcess(const Platform& platform)
     : m_desktop(platform.desktop)
@@ -206,7 +189,7 @@ QByteArray GameProcess::HexToBytes(const QString& hex) {
         // last character stands alone.
         int value = 0;
         for (qsizetype j = i; j < std::min(i + 2, hex.size()); ++j) {
-            const int digit = HexDigit(hex[j]);
+            const int digit = HexDigitValue(hex[j].unicode());
             if (digit < 0) {
                 break;
             }

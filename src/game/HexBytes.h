@@ -7,6 +7,20 @@
 
 namespace tarvex {
 
+// The value of one hex digit, either case; -1 for any other character.
+constexpr int HexDigitValue(char16_t c) {
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    if (c >= 'a' && c <= 'f') {
+        return c - 'a' + 10;
+    }
+    if (c >= 'A' && c <= 'F') {
+        return c - 'A' + 10;
+    }
+    return -1;
+}
+
 // Bytes for the game written in the source as hex text, the way patch listings give them, and
 // decoded when the program is compiled: "9090"_hex is a span of two 0x90 bytes. Text of odd
 // length or with a character that is no hex digit does not compile.
@@ -24,16 +38,11 @@ struct HexText {
     }
 
     static consteval int Digit(char c) {
-        if (c >= '0' && c <= '9') {
-            return c - '0';
+        const int value = HexDigitValue(c);
+        if (value < 0) {
+            throw "not a hex digit";
         }
-        if (c >= 'a' && c <= 'f') {
-            return c - 'a' + 10;
-        }
-        if (c >= 'A' && c <= 'F') {
-            return c - 'A' + 10;
-        }
-        throw "not a hex digit";
+        return value;
     }
 };
 

@@ -27,6 +27,36 @@ QByteArray ProcFile(std::uint32_t pid, const char* name) {
 // pose and a ghost's matrix fit in one call, and nothing is allocated per call.
 constexpr std::size_t GroupChunk = 16;
 
+void* LocalBytes(const MemoryRegion& region) {
+    return region.buffer;
+}
+void* LocalBytes(const MemoryWrite& piece) {
+    return const_cast<void*>(piece.data);
+}
+
+// Describes `pieces` to the kernel a chunk at a time and hands each chunk to `call` with the
+// byte count a whole transfer returns and the index of its first piece; stops at the first
+// chunk `call` refuses.
+template <class Piece, class Call>
+bool InChunks(std::span<const Piece> pieces, const Call& call) {
+    for (std::size_t first = 0; first < pieces.size(); first += GroupChunk) {
+        const std::size_t count = std::min(GroupChunk, pieces.size() - first);
+        std::array<iovec, GroupChunk> local;
+        std::array<iovec, GroupChunk> remote;
+        ssize_t total = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            const Piece& piece = pieces[first + i];
+            local[i] = {LocalBytes(piece), piece.size};
+            remote[i] = {reinterpret_cast<void*>(std::uintptr_t(piece.address)), piece.size};
+            total += ssize_t(piece.size);
+        }
+        if (!call(local.data(), remote.data(), count, total, first)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 } // namespace
 
 ProcfsProcessMemory::~ProcfsProcessMemory() {
@@ -43,24 +73,12 @@ bool ProcfsProcessMemory::ReadGroup(std::uint32_t pid, std::span<const MemoryReg
     if (!IsProcessId(pid) || regions.empty()) {
         return false;
     }
-    for (std::size_t first = 0; first < regions.size(); first += GroupChunk) {
-        const std::size_t count = std::min(GroupChunk, regions.size() - first);
-        std::array<iovec, GroupChunk> local;
-        std::array<iovec, GroupChunk> remote;
-        ssize_t total = 0;
-        for (std::size_t i = 0; i < count; ++i) {
-            const MemoryRegion& region = regions[first + i];
-            local[i] = {region.buffer, region.size};
-            remote[i] = {reinterpret_cast<void*>(std::uintptr_t(region.address)), region.size};
-            total += ssize_t(region.size);
-        }
-        // The call stops at the first region it cannot read and reports what it did read, so
-        // a short count means some region is missing.
-        if (process_vm_readv(pid_t(pid), local.data(), count, remote.data(), count, 0) != total) {
-            return false;
-        }
-    }
-    return true;
+    // The call stops at the first region it cannot read and reports what it did read, so a
+    // short count means some region is missing.
+    return InChunks(regions, [&](const iovec* local, const iovec* remote, std::size_t count,
+                                 ssize_t total, std::size_t) {
+        return process_vm_readv(pid_t(pid), local, count, remote, count, 0) == total;
+    });
 }
 
 bool ProcfsProcessMemory::Write(std::uint32_t pid, std::uint32_t address, const void* data,
@@ -91,29 +109,19 @@ bool ProcfsProcessMemory::WriteGroup(std::uint32_t pid, std::span<const MemoryWr
     if (!IsProcessId(pid)) {
         return false;
     }
-    for (std::size_t first = 0; first < pieces.size(); first += GroupChunk) {
-        const std::size_t count = std::min(GroupChunk, pieces.size() - first);
-        std::array<iovec, GroupChunk> local;
-        std::array<iovec, GroupChunk> remote;
-        ssize_t total = 0;
-        for (std::size_t i = 0; i < count; ++i) {
-            const MemoryWrite& piece = pieces[first + i];
-            local[i] = {const_cast<void*>(piece.data), piece.size};
-            remote[i] = {reinterpret_cast<void*>(std::uintptr_t(piece.address)), piece.size};
-            total += ssize_t(piece.size);
-        }
-        if (process_vm_writev(pid_t(pid), local.data(), count, remote.data(), count, 0) == total) {
-            continue;
+    return InChunks(pieces, [&](const iovec* local, const iovec* remote, std::size_t count,
+                                ssize_t total, std::size_t first) {
+        if (process_vm_writev(pid_t(pid), local, count, remote, count, 0) == total) {
+            return true;
         }
         // A read-only page stops the call part way; writing the same bytes again is harmless.
-        for (std::size_t i = 0; i < count; ++i) {
-            const MemoryWrite& piece = pieces[first + i];
+        for (const MemoryWrite& piece : pieces.subspan(first, count)) {
             if (!Write(pid, piece.address, piece.data, piece.size)) {
                 return false;
             }
         }
-    }
-    return true;
+        return true;
+    });
 }
 
 void ProcfsProcessMemory::Release(std::uint32_t pid) {
