@@ -68,6 +68,10 @@ private slots:
         QVERIFY(!desktop->IsWindow(0));
         QCOMPARE(desktop->FindWindowByClass(QStringLiteral("D3D Window")), WindowHandle(0));
         QCOMPARE(desktop->WindowProcessId(game), 0u);
+        // A class found nowhere is found as soon as a window of it appears.
+        const xcb_window_t restarted = program.CreateWindow("D3D Window", 4545);
+        QTRY_COMPARE(desktop->FindWindowByClass(QStringLiteral("D3D Window")), restarted);
+        program.Destroy(restarted);
         program.Destroy(intro);
         program.Destroy(frame);
     }

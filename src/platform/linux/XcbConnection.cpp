@@ -30,6 +30,9 @@ XcbConnection::XcbConnection(const QString& display) {
 
 XcbConnection::~XcbConnection() {
     m_notifier.reset();
+    for (xcb_generic_event_t* event : m_held) {
+        std::free(event);
+    }
     if (m_connection) {
         xcb_disconnect(m_connection);
     }
@@ -75,6 +78,10 @@ void XcbConnection::DispatchQueuedSoon() {
         while (xcb_generic_event_t* event = xcb_poll_for_queued_event(m_connection)) {
             std::free(event);
         }
+        for (xcb_generic_event_t* event : m_held) {
+            std::free(event);
+        }
+        m_held.clear();
         return;
     }
     m_dispatch_queued = true;
@@ -93,18 +100,42 @@ void XcbConnection::Dispatch(bool read_socket) {
         }
         return;
     }
+    // What ReadPending held back came first.
+    while (!m_held.empty()) {
+        xcb_generic_event_t* event = m_held.front();
+        m_held.pop_front();
+        Deliver(event);
+    }
     for (;;) {
         xcb_generic_event_t* event = read_socket ? xcb_poll_for_event(m_connection)
                                                  : xcb_poll_for_queued_event(m_connection);
         if (!event) {
             break;
         }
-        if (m_handler) {
-            // A handler may replace itself (an unhook inside a callback); keep it alive.
-            const EventHandler handler = m_handler;
-            handler(*event);
-        }
-        std::free(event);
+        Deliver(event);
+    }
+}
+
+void XcbConnection::Deliver(xcb_generic_event_t* event) {
+    if (m_handler) {
+        // A handler may replace itself (an unhook inside a callback); keep it alive.
+        const EventHandler handler = m_handler;
+        handler(*event);
+    }
+    std::free(event);
+}
+
+void XcbConnection::ReadPending(const EventHandler& look) {
+    if (!m_connection || xcb_connection_has_error(m_connection)) {
+        return;
+    }
+    const std::size_t held = m_held.size();
+    while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
+        look(*event);
+        m_held.push_back(event);
+    }
+    if (m_held.size() > held) {
+        DispatchQueuedSoon();
     }
 }
 

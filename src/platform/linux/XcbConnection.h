@@ -4,6 +4,7 @@
 #include <QHash>
 #include <QObject>
 #include <QString>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <xcb/xcb.h>
@@ -35,9 +36,14 @@ public:
     // replies ask for such events to be handed out on the next pass of the event loop (or, with
     // no handler, to be dropped).
     void DispatchQueuedSoon();
+    // Takes what the server has sent so far off the socket without waiting and shows each event
+    // to `look` at once; the handler still gets them, in order, on the next pass of the event
+    // loop. For a caller that must know of an event now but may not run the handler here.
+    void ReadPending(const EventHandler& look);
 
 private:
     void Dispatch(bool read_socket);
+    void Deliver(xcb_generic_event_t* event);
 
     xcb_connection_t* m_connection = nullptr;
     xcb_window_t m_root = XCB_NONE;
@@ -45,6 +51,8 @@ private:
     EventHandler m_handler;
     std::unique_ptr<QSocketNotifier> m_notifier;
     bool m_dispatch_queued = false;
+    // Events ReadPending took off the socket, oldest first, for the handler.
+    std::deque<xcb_generic_event_t*> m_held;
 };
 
 } // namespace tarvex

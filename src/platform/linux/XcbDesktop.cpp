@@ -83,9 +83,18 @@ WindowHandle XcbDesktop::FindWindowByClass(const QString& window_class) {
         return 0;
     }
     const QByteArray wanted = window_class.toLatin1();
+    const QByteArray key = wanted.toLower();
+    // While no game runs it is looked for several times a second. A class the last walk found
+    // nowhere stays absent until a window appears on the root (created, mapped or framed by a
+    // window manager), which the server reports: an idle copy then asks the server nothing.
+    WatchTree();
+    m_connection->ReadPending([this](const xcb_generic_event_t& event) { NoteTreeChange(event); });
+    if (m_absent.contains(key)) {
+        return 0;
+    }
     // The game is looked up several times per timer tick; while the window found last time
     // still exists with that class, one round trip confirms it instead of a walk of the tree.
-    const auto last = m_last_found.constFind(wanted.toLower());
+    const auto last = m_last_found.constFind(key);
     if (last != m_last_found.cend()) {
         const Reply<xcb_get_property_reply_t> reply =
             Await(m_xcb, xcb_get_property_reply,
@@ -135,9 +144,10 @@ WindowHandle XcbDesktop::FindWindowByClass(const QString& window_class) {
         level = std::move(next);
     }
     if (found != 0) {
-        m_last_found.insert(wanted.toLower(), found);
+        m_last_found.insert(key, found);
     } else {
-        m_last_found.remove(wanted.toLower());
+        m_last_found.remove(key);
+        m_absent.insert(key);
     }
     m_connection->DispatchQueuedSoon();
     return found;
@@ -374,7 +384,32 @@ void XcbDesktop::DestroyHookButton(WindowHandle button) {
     xcb_flush(m_xcb);
 }
 
+void XcbDesktop::WatchTree() {
+    if (m_watching_tree) {
+        return;
+    }
+    m_watching_tree = true;
+    const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+    xcb_change_window_attributes(m_xcb, m_connection->Root(), XCB_CW_EVENT_MASK, &mask);
+    m_connection->SetEventHandler([this](const xcb_generic_event_t& event) { OnEvent(event); });
+}
+
+void XcbDesktop::NoteTreeChange(const xcb_generic_event_t& event) {
+    // A program sets a window's class before it maps it; a window manager that frames the
+    // window takes it off the root, which is reported too.
+    switch (event.response_type & 0x7F) {
+    case XCB_CREATE_NOTIFY:
+    case XCB_MAP_NOTIFY:
+    case XCB_REPARENT_NOTIFY:
+        m_absent.clear();
+        break;
+    default:
+        break;
+    }
+}
+
 void XcbDesktop::OnEvent(const xcb_generic_event_t& event) {
+    NoteTreeChange(event);
     if ((event.response_type & 0x7F) != XCB_CLIENT_MESSAGE) {
         return;
     }

@@ -3,6 +3,7 @@
 #include "platform/Desktop.h"
 
 #include <QHash>
+#include <QSet>
 #include <memory>
 #include <xcb/xcb.h>
 
@@ -39,12 +40,19 @@ private:
     bool Supports(xcb_window_t window, xcb_atom_t protocols, xcb_atom_t protocol);
     XkbKeymap& Keymap();
     void OnEvent(const xcb_generic_event_t& event);
+    // Asks the server to report windows appearing on the root, which is what can turn a class
+    // found nowhere into one that exists.
+    void WatchTree();
+    void NoteTreeChange(const xcb_generic_event_t& event);
 
     std::shared_ptr<XcbConnection> m_connection;
     xcb_connection_t* m_xcb;
     std::unique_ptr<XkbKeymap> m_keymap;
     QHash<xcb_window_t, std::function<void()>> m_buttons;
     QHash<QByteArray, xcb_window_t> m_last_found; // by lower-case class
+    // Classes a walk of the whole tree found nowhere, since no window has appeared (lower-case).
+    QSet<QByteArray> m_absent;
+    bool m_watching_tree = false;
 };
 
 } // namespace tarvex
