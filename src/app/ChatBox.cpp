@@ -139,9 +139,9 @@ QLineEdit* AddChatBox(QWidget& window, QTextEdit* MainTXT, Tarvex& tarvex) {
             },
             Qt::QueuedConnection);
     }
-    in_game.textTimer().start();
+    in_game.SetBoxOpen(true);
     QObject::connect(dataTXT, &QObject::destroyed, &in_game, [&in_game] {
-        in_game.textTimer().stop();
+        in_game.SetBoxOpen(false);
         in_game.UnhookKeyboard();
     });
     return dataTXT;

@@ -5,7 +5,9 @@
 #include "race/GameData.h"
 #include "race/RaceLink.h"
 
+#include <QPointer>
 #include <algorithm>
+#include <utility>
 
 namespace tarvex {
 
@@ -39,6 +41,14 @@ Tarvex::Tarvex(Platform platform, QString config_folder, QObject* parent)
     });
     connect(m_client_side, &ClientSide::Welcome, this, &Tarvex::BeginRaceLoop);
     connect(m_reader, &GameStateReader::SystemLine, &console, &ChatConsole::DisplayText);
+    connect(m_reader, &GameStateReader::NothingToWatch, this, &Tarvex::SleepRaceLoop);
+    m_can_sleep = m_platform.desktop->WatchNewWindows([self = QPointer<Tarvex>(this)] {
+        // Later, not inside the lookup that noticed the window: the tick that found no game may
+        // be about to put the loop to sleep.
+        if (self) {
+            QMetaObject::invokeMethod(self, &Tarvex::WakeRaceLoop, Qt::QueuedConnection);
+        }
+    });
     WireRaceLoop();
     // Connected after the race link, which has stored the received interval by then.
     connect(m_client_side, &ClientSide::GameDataReceived, this, &Tarvex::ApplyDataInterval);
@@ -165,6 +175,7 @@ RaceSeat& Tarvex::seat() {
 }
 
 void Tarvex::BeginRaceLoop() {
+    WakeRaceLoop();
     m_reader->SetSeat(&seat());
     if (m_hook == 0) {
         m_hook = m_platform.desktop->CreateHookButton([this] { m_reader->cmdHook_Click(); });
@@ -174,6 +185,31 @@ void Tarvex::BeginRaceLoop() {
         m_reader->Start();
         m_bridge->mnuTimer().start();
     }
+}
+
+void Tarvex::SleepRaceLoop() {
+    if (!m_can_sleep || m_asleep) {
+        return;
+    }
+    m_asleep = true;
+    for (QTimer* timer : {&m_reader->sndTimer(), &m_reader->pTimer(), &m_bridge->mnuTimer()}) {
+        if (timer->isActive()) {
+            timer->stop();
+            m_sleeping.push_back(timer);
+        }
+    }
+    m_in_game_chat->SetAsleep(true);
+}
+
+void Tarvex::WakeRaceLoop() {
+    if (!m_asleep) {
+        return;
+    }
+    m_asleep = false;
+    for (QTimer* timer : std::exchange(m_sleeping, {})) {
+        timer->start();
+    }
+    m_in_game_chat->SetAsleep(false);
 }
 
 void Tarvex::ApplyDataInterval() {

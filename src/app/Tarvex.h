@@ -121,6 +121,10 @@ private:
     RaceParts RaceContext(RaceChoices& choices);
     // Connects the game tick and race control to the game bridge's pieces.
     void WireRaceLoop();
+    // With no game on a desktop that reports new windows, the race loop's timers stop until a
+    // window appears, so that a copy waiting in a session sleeps.
+    void SleepRaceLoop();
+    void WakeRaceLoop();
 
     Platform m_platform;
     QString m_config_folder;
@@ -137,6 +141,10 @@ private:
     HostRace* m_host_control;
     ClientRace* m_client_flow;
     WindowHandle m_hook = 0;
+    bool m_can_sleep = false;
+    bool m_asleep = false;
+    // The race loop's timers that were running when it fell asleep.
+    std::vector<QTimer*> m_sleeping;
 };
 
 } // namespace tarvex

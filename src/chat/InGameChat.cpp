@@ -44,6 +44,26 @@ InGameChat::InGameChat(GameProcess& game, GameBridge& bridge, Desktop& desktop,
     connect(m_text_timer, &QTimer::timeout, this, &InGameChat::textTimer_Timer);
 }
 
+void InGameChat::SetBoxOpen(bool open) {
+    m_box_open = open;
+    RunTextTimer();
+}
+
+void InGameChat::SetAsleep(bool asleep) {
+    m_asleep = asleep;
+    RunTextTimer();
+}
+
+void InGameChat::RunTextTimer() {
+    if (m_box_open && !m_asleep) {
+        if (!m_text_timer->isActive()) {
+            m_text_timer->start();
+        }
+    } else {
+        m_text_timer->stop();
+    }
+}
+
 bool InGameChat::CanHookKeyboard() {
     if (m_keyboard.Hooked()) {
         return true;

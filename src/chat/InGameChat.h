@@ -45,8 +45,11 @@ public:
 
     void SetRace(Race race) { m_race = std::move(race); }
 
-    // 100 ms, created stopped; the race window starts it when it loads.
+    // 100 ms, created stopped; it runs while the race window's chat box is open and the race
+    // loop is awake.
     QTimer& textTimer() { return *m_text_timer; }
+    void SetBoxOpen(bool open);
+    void SetAsleep(bool asleep);
     // Whether in-game typing can work here: the keyboard can be watched at all.
     bool CanHookKeyboard();
 
@@ -62,6 +65,8 @@ public:
     void UnhookKeyboard();
 
 private:
+    void RunTextTimer();
+
     void HookKeyboard();
     // A key event from the hook while the line is open.
     void DummyWndProc(int virtual_key, std::uint32_t flags);
@@ -74,6 +79,8 @@ private:
     ChatInput& m_input;
     Race m_race;
     QTimer* m_text_timer;
+    bool m_box_open = false;
+    bool m_asleep = false;
 
     bool m_typing = false;
     bool m_t_pressed = false;

@@ -126,6 +126,8 @@ void GameStateReader::GameTick() {
         const WindowHandle video = m_desktop.FindWindowByClass(kVideoWindowClass);
         if (video != 0) {
             m_game.TerminateWindowProcess(video);
+        } else {
+            emit NothingToWatch();
         }
         return;
     }

@@ -100,6 +100,8 @@ public:
 signals:
     // A line for the chat console.
     void SystemLine(const QString& text);
+    // A tick found neither the game nor its intro video, and has done what their absence asks.
+    void NothingToWatch();
 
 private:
     void Refuse();

@@ -36,6 +36,14 @@ public:
     // Qt main thread. Returns 0 when the backend cannot receive clicks (no display).
     virtual WindowHandle CreateHookButton(std::function<void()> on_click) = 0;
     virtual void DestroyHookButton(WindowHandle button) = 0;
+
+    // Has `on_new_window` called whenever a window may have appeared (created, shown or framed
+    // by a window manager), besides any called already, and returns true. A desktop that cannot
+    // tell returns false: whoever waits for a window there has to keep looking.
+    virtual bool WatchNewWindows(std::function<void()> on_new_window) {
+        (void)on_new_window;
+        return false;
+    }
 };
 
 } // namespace tarvex

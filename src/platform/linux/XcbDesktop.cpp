@@ -394,6 +394,16 @@ void XcbDesktop::WatchTree() {
     m_connection->SetEventHandler([this](const xcb_generic_event_t& event) { OnEvent(event); });
 }
 
+bool XcbDesktop::WatchNewWindows(std::function<void()> on_new_window) {
+    if (!m_xcb) {
+        return false;
+    }
+    m_on_new_window.push_back(std::move(on_new_window));
+    WatchTree();
+    xcb_flush(m_xcb);
+    return true;
+}
+
 void XcbDesktop::NoteTreeChange(const xcb_generic_event_t& event) {
     // A program sets a window's class before it maps it; a window manager that frames the
     // window takes it off the root, which is reported too.
@@ -402,6 +412,9 @@ void XcbDesktop::NoteTreeChange(const xcb_generic_event_t& event) {
     case XCB_MAP_NOTIFY:
     case XCB_REPARENT_NOTIFY:
         m_absent.clear();
+        for (const std::function<void()>& watcher : m_on_new_window) {
+            watcher();
+        }
         break;
     default:
         break;

@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QSet>
 #include <memory>
+#include <vector>
 #include <xcb/xcb.h>
 
 namespace tarvex {
@@ -32,6 +33,7 @@ public:
 
     WindowHandle CreateHookButton(std::function<void()> on_click) override;
     void DestroyHookButton(WindowHandle button) override;
+    bool WatchNewWindows(std::function<void()> on_new_window) override;
 
 private:
     bool HasClass(xcb_window_t window);
@@ -53,6 +55,7 @@ private:
     // Classes a walk of the whole tree found nowhere, since no window has appeared (lower-case).
     QSet<QByteArray> m_absent;
     bool m_watching_tree = false;
+    std::vector<std::function<void()>> m_on_new_window;
 };
 
 } // namespace tarvex
