@@ -157,7 +157,7 @@ void ClientSession::Handle(const EnetEvent& event) {
     }
     switch (event.type) {
     case ENET_EVENT_TYPE_CONNECT:
-        ConfigurePeer(m_peer, Timeouts().silence_ms);
+        ConfigurePeer(m_peer, Timeouts().silence_ms, false);
         break;
     case ENET_EVENT_TYPE_RECEIVE:
         if (m_state == State::Connecting && event.channel == ReliableChannel) {

@@ -97,9 +97,10 @@ protected:
     // Something other than a send was queued in ENet (a connect, a disconnect): it goes out
     // with this turn's sends.
     void FlushSoon();
-    // Makes ENet keep every unreliable packet on a clean link: its default throttle falls on
-    // the first jitter and then discards car states at random.
-    static void ConfigurePeer(ENetPeer* peer, quint32 silence_ms);
+    // Makes ENet keep every unreliable packet on a clean link (its default throttle falls on
+    // the first jitter and then discards car states at random), end the link after `silence_ms`
+    // without an answer, and ping it when quiet: at the host's pace, or a client's.
+    static void ConfigurePeer(ENetPeer* peer, quint32 silence_ms, bool host);
 
     virtual void Handle(const EnetEvent& event) = 0;
     // Deadlines of the session's own: Tick runs when the wake timer fires, and NextDeadlineMs

@@ -318,7 +318,7 @@ void HostSession::OnConnect(ENetPeer* peer, quint32 connect_id) {
         enet_peer_disconnect_now(peer, dpn::DPNERR_NORESPONSE);
         return;
     }
-    ConfigurePeer(peer, std::min(Timeouts().silence_ms, JoinerTimeoutMs));
+    ConfigurePeer(peer, std::min(Timeouts().silence_ms, JoinerTimeoutMs), true);
     Peer state;
     state.connect_id = connect_id;
     state.address = peer->address.host;
@@ -369,7 +369,7 @@ void HostSession::Decide(ENetPeer* peer, Peer& state, const QByteArray& hello_by
         return;
     }
     m_guesses.erase(state.address);
-    ConfigurePeer(peer, Timeouts().silence_ms);
+    ConfigurePeer(peer, Timeouts().silence_ms, true);
     state.id = NewPlayerId();
     state.name = SeatedName(hello->nickname);
     state.nonce.clear();
