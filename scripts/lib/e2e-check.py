@@ -218,7 +218,8 @@ def session(root, names):
 
     ghosts = check_ghosts(status, names)
     if os.environ.get("E2E_CHAT_LINE"):
-        check_chat(root, names, status, os.environ["E2E_CHAT_LINE"])
+        speaker, line = os.environ["E2E_CHAT_LINE"].split(":", 1)
+        check_chat(root, names, status, speaker, line)
     figures(root, names, status, spreads, ghosts)
 
 
@@ -273,19 +274,21 @@ def check_ghosts(status, names):
     return errors
 
 
-def check_chat(root, names, status, line):
+def check_chat(root, names, status, speaker, line):
+    """The line SPEAKER typed in the game: in every console (session log) and game overlay."""
     shown = [name for name in names
-             if any(line in s.get("overlay_text", "") for s in status[name])]
+             if any(f"{speaker}> {line}" in s.get("overlay_text", "") for s in status[name])]
     consoles = []
     for name in names:
         try:
-            if line in open(f"{root}/{name}/console.txt", encoding="latin-1").read():
-                consoles.append(name)
+            with open(f"{root}/{name}/session.log", encoding="utf-8") as log:
+                if f" console <{speaker}> {line}\n" in log.read():
+                    consoles.append(name)
         except OSError:
             pass
     check(len(shown) == len(names) and len(consoles) == len(names),
-          f"chat: \"{line}\" in {len(consoles)} of {len(names)} consoles and "
-          f"{len(shown)} of {len(names)} game overlays")
+          f"chat: \"{line}\" typed in {speaker}'s game, in {len(consoles)} of {len(names)} "
+          f"consoles and {len(shown)} of {len(names)} game overlays")
 
 
 def figures(root, names, status, spreads, ghost_errors):
