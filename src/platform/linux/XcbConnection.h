@@ -35,6 +35,9 @@ public:
     // replies ask for such events to be handed out on the next pass of the event loop (or, with
     // no handler, to be dropped).
     void DispatchQueuedSoon();
+    // A round trip, then every event that came before its reply handed to the handler now: what
+    // the server sent this connection before it answered is no longer left in the socket.
+    void Sync();
 
 private:
     void Dispatch(bool read_socket);
