@@ -120,6 +120,8 @@ void InGameChat::PollGameKeys() {
     m_show_standings =
         !down(kKeyTab) && (Ask(m_race.StartGiven) || Ask(m_race.FalseStartSent)) ? 0 : 1;
     if (down(kKeyEnter) && m_typing) {
+        // The last characters typed may still wait on the hook's connection, behind the poll.
+        m_keyboard.Drain();
         UnhookKeyboard();
         m_input.SendD();
         m_typing = false;

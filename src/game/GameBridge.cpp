@@ -371,10 +371,11 @@ void GameBridge::MenuTick() {
         }
         GotoMenuOf(*menus, kCarMenu, -1, CarMenuSelection(car.Car), -1, false);
         m_game.WaitMs(kKeyGapMs);
-        // The car menu chooses on the key going down; no key-up follows.
-        if (m_game.IsGameForeground()) {
-            m_desktop.SendKey(kEnter, true);
-        }
+        // The car menu chooses on the key going down. The key still has to come up: an X server
+        // repeats a key held through XTEST like any other, and the repeated Enters would run
+        // the next menus ahead of the set-up and, in the race, close the pause menu the moment
+        // it opens.
+        PressEnterInGame();
     }
     if (CurrentMenuIndex(*menus) == kRallyOptions) {
         WriteRaceSetup();

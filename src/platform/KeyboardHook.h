@@ -17,6 +17,9 @@ public:
     virtual bool Hook(Callback callback) = 0;
     virtual void Unhook() = 0;
     virtual bool Hooked() const = 0;
+    // Hands every key event the system has sent so far to the callback before returning. A key
+    // seen down by a poll must not overtake the keys typed before it.
+    virtual void Drain() = 0;
     // The text the key produces under the current keyboard layout and modifier state, empty for
     // keys that produce none.
     virtual QString ToAscii(int virtual_key, std::uint32_t flags) = 0;

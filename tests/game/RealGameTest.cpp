@@ -13,6 +13,7 @@
 #include "platform/qt/QtShell.h"
 
 #include <QFile>
+#include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QTest>
@@ -216,7 +217,8 @@ private slots:
         GhostFiles ghost(game, settings);
         GameBridge bridge(platform, game, stored, is_host, ghost);
 
-        const QString status = m_folder->File(QStringLiteral("bridge.json"));
+        // A file per row: the game appends, and the last row's game ended on the start line.
+        const QString status = m_folder->File(QStringLiteral("bridge-%1.json").arg(build));
         RunningGame running(m_executable, m_display,
                             {QStringLiteral("--build"), QString::number(build)}, status);
         QTRY_VERIFY_WITH_TIMEOUT(game.IsGameRunning(), kStartTimeout);
@@ -226,7 +228,11 @@ private slots:
         const WindowHandle hook = platform.desktop->CreateHookButton([&] { ++clicks; });
         bridge.mnuTimer().start();
         QVERIFY(bridge.ApplyGamePatches(hook));
-        QTRY_VERIFY_WITH_TIMEOUT(LastStatus(status).value("in_stage").toBool(), 30000);
+        // A loaded machine runs the game's frames and the menu timer late: generous, and on a
+        // failure the game's last state tells where the automation stopped.
+        QTRY_VERIFY2_WITH_TIMEOUT(
+            LastStatus(status).value("in_stage").toBool(),
+            qPrintable(QJsonDocument(LastStatus(status)).toJson(QJsonDocument::Compact)), 60000);
         bridge.mnuTimer().stop();
 
         const QJsonObject s = LastStatus(status);

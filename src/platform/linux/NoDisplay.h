@@ -28,6 +28,7 @@ public:
     bool Hook(Callback) override { return false; }
     void Unhook() override {}
     bool Hooked() const override { return false; }
+    void Drain() override {}
     QString ToAscii(int, std::uint32_t) override { return {}; }
 };
 

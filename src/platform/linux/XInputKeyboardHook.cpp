@@ -103,6 +103,12 @@ void XInputKeyboardHook::Unhook() {
     }
 }
 
+void XInputKeyboardHook::Drain() {
+    if (m_callback) {
+        m_connection->Sync();
+    }
+}
+
 bool XInputKeyboardHook::Hooked() const {
     return bool(m_callback);
 }

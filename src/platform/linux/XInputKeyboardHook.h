@@ -21,6 +21,7 @@ public:
 
     bool Hook(Callback callback) override;
     void Unhook() override;
+    void Drain() override;
     bool Hooked() const override;
     QString ToAscii(int virtual_key, std::uint32_t flags) override;
 

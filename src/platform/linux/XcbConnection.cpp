@@ -91,6 +91,14 @@ void XcbConnection::DispatchQueuedSoon() {
     });
 }
 
+void XcbConnection::Sync() {
+    if (!m_connection || xcb_connection_has_error(m_connection)) {
+        return;
+    }
+    std::free(xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+    Dispatch(false);
+}
+
 void XcbConnection::Dispatch(bool read_socket) {
     if (xcb_connection_has_error(m_connection)) {
         // The server went away: nothing will ever arrive again, and a notifier on a dead

@@ -40,6 +40,9 @@ public:
     // to `look` at once; the handler still gets them, in order, on the next pass of the event
     // loop. For a caller that must know of an event now but may not run the handler here.
     void ReadPending(const EventHandler& look);
+    // A round trip, then every event that came before its reply handed to the handler now: what
+    // the server sent this connection before it answered is no longer left in the socket.
+    void Sync();
 
 private:
     void Dispatch(bool read_socket);
