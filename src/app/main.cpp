@@ -1,3 +1,4 @@
+#include "app/CaretRest.h"
 #include "app/ProgramOptions.h"
 #include "app/QtDialogs.h"
 #include "app/SettingsFile.h"
@@ -79,6 +80,10 @@ int main(int argc, char** argv) {
         // The installed menu entry and icon; desktops match windows to the entry by this name.
         QGuiApplication::setDesktopFileName(QStringLiteral("tarvex"));
         QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("tarvex")));
+    }
+    std::unique_ptr<CaretRest> caret_rest;
+    if (!console_only) {
+        caret_rest = std::make_unique<CaretRest>();
     }
     QCoreApplication::setApplicationName(QStringLiteral("Tarvex"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TARVEX_VERSION));
