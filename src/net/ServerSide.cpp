@@ -228,8 +228,10 @@ void ServerSide::OnCarState(WireReader& r, int sender, const QByteArray& bytes) 
         return;
     }
     m_roster[msg->slot].Distance = msg->distance;
-    ForwardCarState(msg->slot, msg->progress, bytes);
-    m_server.Flush();
+    {
+        const EnetPump::FlushAtEnd now(m_server);
+        ForwardCarState(msg->slot, msg->progress, bytes);
+    }
     emit CarStateReceived(*msg);
 }
 
@@ -286,14 +288,18 @@ void ServerSide::ForwardCarState(int from_slot, std::uint8_t progress, const QBy
 
 void ServerSide::SendMsg(const QString& text) {
     const QString line = ChatText(text);
-    SendToAll(ChatMsg{0, line});
-    m_server.Flush();
+    {
+        const EnetPump::FlushAtEnd now(m_server);
+        SendToAll(ChatMsg{0, line});
+    }
     emit ChatLine(line, m_roster[0].Name);
 }
 
 void ServerSide::SendChatLine(std::uint8_t slot, const QString& text) {
-    SendToAll(ChatMsg{slot, text});
-    m_server.Flush();
+    {
+        const EnetPump::FlushAtEnd now(m_server);
+        SendToAll(ChatMsg{slot, text});
+    }
     emit ChatLine(text, m_roster[slot].Name);
 }
 
@@ -376,8 +382,8 @@ void ServerSide::Send(std::span<const dpn::PlayerId> to, const QByteArray& bytes
 }
 
 void ServerSide::Relay(dpn::PlayerId to, const QByteArray& bytes, SendOption option) {
+    const EnetPump::FlushAtEnd now(m_server);
     Send(to, bytes, option);
-    m_server.Flush();
 }
 
 } // namespace tarvex

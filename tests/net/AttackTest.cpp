@@ -54,7 +54,7 @@ struct Attack {
                        const std::atomic<bool>& stop)>
         run;
     bool needs_seat = true;
-    QString password;
+    QString password = {};
 };
 
 // Sends `make(n)` `per_second` times a second until told to stop.

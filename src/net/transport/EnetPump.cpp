@@ -182,7 +182,7 @@ void EnetPump::Flush() {
 }
 
 void EnetPump::FlushSoon() {
-    if (m_flush_queued) {
+    if (m_flush_queued || m_flush_at_end > 0) {
         return;
     }
     m_flush_queued = true;
@@ -215,8 +215,11 @@ void EnetPump::Service() {
     ENetEvent event;
     int got = 0;
     int events = 0;
+    // One pass over the socket reads every datagram waiting and acknowledges them; the events
+    // after the first are then taken from what it read, without asking the socket again.
     while (m_host && events < MaximumEventsPerService &&
-           (got = enet_host_service(m_host.get(), &event, 0)) > 0) {
+           (got = events == 0 ? enet_host_service(m_host.get(), &event, 0)
+                              : enet_host_check_events(m_host.get(), &event)) > 0) {
         ++events;
         EnetEvent copy;
         copy.type = event.type;

@@ -78,6 +78,27 @@ public:
     // event loop: for a host that relays before it does slower work.
     void Flush();
 
+    // While one of these lives, sends queue no flush for later: it flushes as it ends. For a
+    // host relaying what just came in, the queued flush would cost a wake-up of the event loop
+    // ahead of the relay. Nothing that spins the event loop may run inside one.
+    class FlushAtEnd {
+    public:
+        explicit FlushAtEnd(EnetPump& pump)
+            : m_pump(pump) {
+            ++m_pump.m_flush_at_end;
+        }
+        ~FlushAtEnd() {
+            if (--m_pump.m_flush_at_end == 0) {
+                m_pump.Flush();
+            }
+        }
+        FlushAtEnd(const FlushAtEnd&) = delete;
+        FlushAtEnd& operator=(const FlushAtEnd&) = delete;
+
+    private:
+        EnetPump& m_pump;
+    };
+
 protected:
     // Takes ownership of a freshly created host and starts serving it. ENet refuses, before
     // buffering a byte of them, packets longer than `largest_incoming`; the session's own sends
@@ -132,6 +153,7 @@ private:
     bool m_dispatching = false;
     bool m_service_queued = false;
     bool m_flush_queued = false;
+    int m_flush_at_end = 0;
     std::size_t m_largest_incoming = 0;
     std::size_t m_largest_outgoing = 0;
     TransportTimeouts m_timeouts;
