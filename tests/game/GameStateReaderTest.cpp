@@ -15,7 +15,7 @@ using namespace tarvex;
 
 namespace {
 
-constexpr std::uint32_t kPid = 77;
+constexpr std::uint32_t kReaderPid = 77;
 constexpr std::uint32_t kBlock = 0x20000000;
 constexpr std::uint32_t kStage = 0x20010000;
 
@@ -64,30 +64,30 @@ struct ScriptedGame {
 
     ScriptedGame() {
         settings.GhostsDisabled = 1;
-        fake.memory->Map(kPid, 0x486000, 0x1000);
-        fake.memory->Map(kPid, 0x165F000, 0x1000);
-        fake.memory->Map(kPid, 0x1659000, 0x1000);
-        fake.memory->Map(kPid, 0x7F9000, 0x1000);
-        fake.memory->Map(kPid, kBlock, 0x1000);
-        fake.memory->Map(kPid, kStage + 0x75000, 0x1000);
+        fake.memory->Map(kReaderPid, 0x486000, 0x1000);
+        fake.memory->Map(kReaderPid, 0x165F000, 0x1000);
+        fake.memory->Map(kReaderPid, 0x1659000, 0x1000);
+        fake.memory->Map(kReaderPid, 0x7F9000, 0x1000);
+        fake.memory->Map(kReaderPid, kBlock, 0x1000);
+        fake.memory->Map(kReaderPid, kStage + 0x75000, 0x1000);
         Long(0x4860F4, 0xE800); // the build byte of build 3 at 0x4860F5
         Long(0x165FC68, kBlock);
         Long(0x1659184, kStage);
         Long(kStage + 0x75310, 3000);
-        window = fake.desktop->AddWindow(QStringLiteral("D3D Window"), kPid);
+        window = fake.desktop->AddWindow(QStringLiteral("D3D Window"), kReaderPid);
         fake.desktop->SetForeground(window);
         reader.SetSeat(&seat);
         results.NewRaceResult({}, {}, {}, true);
     }
     void Long(std::uint32_t address, std::uint32_t value) {
-        fake.memory->Write(kPid, address, &value, 4);
+        fake.memory->Write(kReaderPid, address, &value, 4);
     }
     void Single(std::uint32_t offset, float value) {
         Long(kBlock + offset, std::bit_cast<std::uint32_t>(value));
     }
     float ReadSingle(std::uint32_t offset) {
         float value = 0;
-        fake.memory->Read(kPid, kBlock + offset, &value, 4);
+        fake.memory->Read(kReaderPid, kBlock + offset, &value, 4);
         return value;
     }
     // One polling tick; what it sent.
@@ -227,10 +227,10 @@ private slots:
                                                      "Hostess 05:00.00+\nAnn 05:00.00-"));
         QCOMPARE(g.results.Race(1).Percent[2], std::uint8_t(40));
         QByteArray text(2 * 50, '\0');
-        g.fake.memory->Read(kPid, 0x7F9140, text.data(), size_t(text.size()));
+        g.fake.memory->Read(kReaderPid, 0x7F9140, text.data(), size_t(text.size()));
         QVERIFY(text.startsWith(QByteArray("P\0o\0s\0", 6)));
         std::uint32_t pointer = 0;
-        g.fake.memory->Read(kPid, kBlock + 0x54, &pointer, 4);
+        g.fake.memory->Read(kReaderPid, kBlock + 0x54, &pointer, 4);
         QCOMPARE(pointer, 0x7F9140u);
         QCOMPARE(g.ReadSingle(0x238), 99.0f);
 

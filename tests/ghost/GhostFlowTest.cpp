@@ -17,7 +17,7 @@ using namespace tarvex;
 
 namespace {
 
-constexpr std::uint32_t kPid = 4242;
+constexpr std::uint32_t kFlowPid = 4242;
 constexpr int kFrameMs = 10;
 constexpr int kFramesPerSample = 15; // the default data interval, 150 ms
 constexpr qint64 kRealSampleMs = 20;
@@ -28,9 +28,9 @@ constexpr qint64 kRealSampleMs = 20;
 struct Driver {
     Driver(test::Player& player, double pace, std::uint32_t seed)
         : player(player)
-        , local(player.platform, kPid, Options(folder, pace, seed))
+        , local(player.platform, kFlowPid, Options(folder, pace, seed))
         , part(*local.memory, local.game) {
-        player.platform.memory->SetExecutablePath(kPid, folder.filePath("DuneholtRally"));
+        player.platform.memory->SetExecutablePath(kFlowPid, folder.filePath("DuneholtRally"));
         // The game publishes what the patches need a second or two after it starts.
         part.Wait(3);
         player->game().FindGame();

@@ -20,7 +20,7 @@ QString Label(QWidget& window, const char* name) {
     return window.findChild<QLabel*>(QLatin1String(name))->text();
 }
 
-QString Console(QWidget& window) {
+QString ConsoleText(QWidget& window) {
     return window.findChild<QTextEdit*>(QStringLiteral("MainTXT"))->toPlainText();
 }
 
@@ -69,8 +69,8 @@ private slots:
                  QStringLiteral(":/status/dummyred.png"));
         QVERIFY(client->Rows().pCar[1]->isEnabled());
         QVERIFY(!client->Rows().pCar[0]->isEnabled());
-        QCOMPARE(Console(*server), QStringLiteral("* Join: (Ann)"));
-        QCOMPARE(Console(*client), QStringLiteral("* Join: (Ann)"));
+        QCOMPARE(ConsoleText(*server), QStringLiteral("* Join: (Ann)"));
+        QCOMPARE(ConsoleText(*client), QStringLiteral("* Join: (Ann)"));
 
         // Readiness shows as a green picture on every window.
         ann->client_side().SendGameStatus(PlayerStatus::Ready);
@@ -94,11 +94,11 @@ private slots:
         name_list->setCurrentIndex(1);
         emit name_list->activated(1);
         QVERIFY(SessionHarness::WaitFor([&] {
-            return Console(*client).endsWith(QStringLiteral("* Disconnected from Server"));
+            return ConsoleText(*client).endsWith(QStringLiteral("* Disconnected from Server"));
         }));
         QVERIFY(SessionHarness::WaitFor(
             [&] { return server->Rows().pName[1]->currentText() == QStringLiteral("Open"); }));
-        QCOMPARE(Console(*server), QStringLiteral("* Join: (Ann)\n* Quit: (Ann)"));
+        QCOMPARE(ConsoleText(*server), QStringLiteral("* Join: (Ann)\n* Quit: (Ann)"));
         QCOMPARE(Label(*server, "lblNumPlayer"), QStringLiteral("Player(s): 1/4"));
         QCOMPARE(server->Rows().status[1]->property("picture").toString(),
                  QStringLiteral(":/status/dummygrey.png"));
@@ -123,7 +123,7 @@ private slots:
             ann->console.DisplayText(newest.last());
         }
         QCOMPARE(ann->console.Text(), newest.join(QStringLiteral("\r\n")));
-        QCOMPARE(Console(*client), newest.join(u'\n'));
+        QCOMPARE(ConsoleText(*client), newest.join(u'\n'));
 
         // A newcomer during a race learns it from the welcome and waits it out.
         host->flags.RaceLaunched = 1;
