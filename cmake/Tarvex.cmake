@@ -18,12 +18,17 @@ function(tarvex_add_library name)
     add_library(tarvex::${name} ALIAS ${target})
 endfunction()
 
-# tarvex_add_test(<subsystem> SOURCES ... [LIBS ...] [NEEDS_X] [TIMEOUT seconds])
+# tarvex_add_test(<subsystem> SOURCES ... [LIBS ...] [NEEDS_X] [REAL_GAMES] [TIMEOUT seconds])
 # One Qt Test executable per subsystem (tests/<subsystem>), holding any number of test classes
 # registered with TARVEX_TEST. Widget tests run on the offscreen platform; NEEDS_X runs the
 # executable under its own Xvfb server through xvfb-run instead.
+#
+# Most suites wait on real time far more than they compute, so ctest runs them side by side.
+# Two kinds must not overlap: xvfb-run picks its display by looking for a free lock file, which
+# two starting at once can both find; and suites that start real stand-in games (REAL_GAMES),
+# which draw in software and wait for one another's frames on a small machine.
 function(tarvex_add_test subsystem)
-    cmake_parse_arguments(ARG "NEEDS_X" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(ARG "NEEDS_X;REAL_GAMES" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
     set(target test_${subsystem})
     add_executable(${target} ${ARG_SOURCES})
     target_link_libraries(${target} PRIVATE tarvex_testsupport ${ARG_LIBS})
@@ -36,10 +41,18 @@ function(tarvex_add_test subsystem)
         add_test(NAME ${subsystem} COMMAND ${target})
         set(platform offscreen)
     endif()
+    set(locks "")
+    if(ARG_NEEDS_X)
+        list(APPEND locks xvfb-run)
+    endif()
+    if(ARG_REAL_GAMES)
+        list(APPEND locks real-games)
+    endif()
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 300)
     endif()
     set_tests_properties(${subsystem} PROPERTIES
         TIMEOUT ${ARG_TIMEOUT}
+        RESOURCE_LOCK "${locks}"
         ENVIRONMENT "QT_QPA_PLATFORM=${platform};TARVEX_SOURCE_DIR=${PROJECT_SOURCE_DIR};TARVEX_BINARY_DIR=${PROJECT_BINARY_DIR}")
 endfunction()
