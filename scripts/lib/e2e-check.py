@@ -25,7 +25,9 @@ import time
 
 # Farthest a drawn ghost may stand from the car it stands for, in metres, while both drive.
 GHOST_REACH = 25.0
-# Largest spread of the moments the cars of one start are released, in milliseconds.
+# Largest spread of the moments Tarvex lets the cars of one start go, in milliseconds. The
+# games' clocks then start within their own frames of that, which many software-drawn games on
+# a small machine stretch: that spread is a figure, not a check.
 START_SPREAD_MS = 1000
 
 failed = False
@@ -233,10 +235,11 @@ def session(root, names):
     # What Tarvex itself controls: when each car was let go. The clocks then count down in
     # each game's own frames, which a machine running many games starves.
     release_spreads = spreads_of({name: releases(status[name]) for name in names}, names)
-    check(len(spreads) >= 3 and max(spreads) <= START_SPREAD_MS,
-          f"starts: {len(spreads)} common starts (race, restart, second race), cars released "
-          f"within {max(spreads) if spreads else float('nan'):.0f} ms of each other "
-          f"(at most {START_SPREAD_MS})")
+    check(len(release_spreads) >= 3 and max(release_spreads) <= START_SPREAD_MS,
+          f"starts: {len(release_spreads)} common starts (race, restart, second race), cars let "
+          f"go within {max(release_spreads) if release_spreads else float('nan'):.0f} ms of each "
+          f"other (at most {START_SPREAD_MS}); the games' clocks started within "
+          f"{max(spreads) if spreads else float('nan'):.0f} ms")
 
     ghosts = check_ghosts(status, names)
     if os.environ.get("E2E_CHAT_LINE"):
