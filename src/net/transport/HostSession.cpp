@@ -20,11 +20,13 @@ namespace {
 // free peer slot gets no answer at all, and it should hear "Session Full" instead. Many more
 // than a session has players, so that hostile joiners never take the last one.
 constexpr size_t PeerSlots = 64;
-// Joins in progress one address may have at a time; a real player has one.
-constexpr int PendingPerAddress = 4;
+// Handshakes one address may have under way at a time; a real player has one. Further joiners
+// from it (a full session's players behind one router, all joining at once) wait their turn.
+constexpr int HandshakesPerAddress = 4;
 // ENet's own cap on connections from one address: a full session's clients behind one router,
-// and the joins in progress.
-constexpr size_t PeersPerAddress = 11 + PendingPerAddress;
+// and the joins in progress. It is also all that connects from one address that are not yet
+// acknowledged can hold, each for a few seconds at most.
+constexpr size_t PeersPerAddress = 11 + HandshakesPerAddress;
 // A joiner's link is given up after this long without an acknowledgement, so that one that is
 // refused and never acknowledges it gives back its place soon.
 constexpr quint32 JoinerTimeoutMs = 3000;
@@ -155,6 +157,7 @@ void HostSession::CloseServer() {
     m_players.clear();
     m_unacknowledged.clear();
     m_guesses.clear();
+    m_handshake_ended = false;
     m_host_player = 0;
     m_player_limit = 0;
 }
@@ -187,6 +190,7 @@ void HostSession::Handle(const EnetEvent& event) {
             }
             const QByteArray hello = *std::exchange(state.held_hello, std::nullopt);
             Decide(event.peer, state, hello);
+            ChallengeWaiting();
         }
         break;
     case ENET_EVENT_TYPE_CONNECT:
@@ -194,6 +198,7 @@ void HostSession::Handle(const EnetEvent& event) {
         break;
     case ENET_EVENT_TYPE_DISCONNECT:
         OnDisconnect(event.peer);
+        ChallengeWaiting();
         break;
     case ENET_EVENT_TYPE_RECEIVE: {
         auto found = m_peers.find(event.peer);
@@ -202,6 +207,7 @@ void HostSession::Handle(const EnetEvent& event) {
         }
         if (found->second.id == 0) {
             OnHandshake(event.peer, found->second, event.bytes);
+            ChallengeWaiting();
         } else {
             emit Receive(found->second.id, event.bytes);
         }
@@ -234,12 +240,14 @@ void HostSession::Tick() {
             due.peer = peer;
             due.connect_id = state.connect_id;
             Post(std::move(due));
-        } else if (now - state.connected_at_ms >= qint64(Timeouts().handshake_ms)) {
+        } else if (state.challenged_at_ms >= 0 &&
+                   now - state.challenged_at_ms >= qint64(Timeouts().handshake_ms)) {
             // Joiners that connect and then say nothing would hold a place for ever.
             qCDebug(lcTransport) << "dropping a joiner whose handshake did not arrive";
             Refuse(peer, state, dpn::DPNERR_NORESPONSE);
         }
     }
+    ChallengeWaiting();
 
     for (auto it = m_unacknowledged.begin(); it != m_unacknowledged.end();) {
         ENetPeer* peer = it->first;
@@ -278,8 +286,8 @@ qint64 HostSession::NextDeadlineMs() const {
             if (state.verdict_at_ms != std::numeric_limits<qint64>::max()) {
                 at(state.verdict_at_ms);
             }
-        } else {
-            at(state.connected_at_ms + qint64(Timeouts().handshake_ms));
+        } else if (state.challenged_at_ms >= 0) {
+            at(state.challenged_at_ms + qint64(Timeouts().handshake_ms));
         }
     }
     for (const auto& [peer, waiting] : m_unacknowledged) {
@@ -302,36 +310,60 @@ void HostSession::Serviced() {
         if (known != m_unacknowledged.end() && known->second.connect_id == peer->connectID) {
             continue;
         }
-        // One address may not take more than a few places with joins it does not finish.
-        if (PendingFrom(peer->address.host) >= PendingPerAddress) {
-            enet_peer_reset(peer);
-            continue;
-        }
+        // ENet's cap on connections from one address bounds how many places these can take.
         m_unacknowledged[peer] = {peer->connectID, peer->address.host, now};
     }
 }
 
 void HostSession::OnConnect(ENetPeer* peer, quint32 connect_id) {
     m_unacknowledged.erase(peer);
-    if (PendingFrom(peer->address.host) >= PendingPerAddress) {
-        qCDebug(lcTransport) << "too many joins at once from one address; one dropped";
-        enet_peer_disconnect_now(peer, dpn::DPNERR_NORESPONSE);
-        return;
-    }
     ConfigurePeer(peer, std::min(Timeouts().silence_ms, JoinerTimeoutMs), true);
-    Peer state;
+    Peer& state = m_peers[peer] = Peer{};
     state.connect_id = connect_id;
     state.address = peer->address.host;
-    state.nonce = handshake::NewNonce();
     state.connected_at_ms = m_clock.elapsed();
-    const QByteArray challenge = handshake::BuildChallenge(state.nonce);
-    m_peers[peer] = std::move(state);
-    SendPacket(peer, challenge, ReliableChannel, true);
+    if (HandshakesFrom(state.address) < HandshakesPerAddress) {
+        Challenge(peer, state);
+    } else {
+        qCDebug(lcTransport) << "a joiner waits for the handshakes from its address";
+    }
+}
+
+void HostSession::Challenge(ENetPeer* peer, Peer& state) {
+    state.nonce = handshake::NewNonce();
+    state.challenged_at_ms = m_clock.elapsed();
+    SendPacket(peer, handshake::BuildChallenge(state.nonce), ReliableChannel, true);
+}
+
+void HostSession::ChallengeWaiting() {
+    if (!std::exchange(m_handshake_ended, false)) {
+        return;
+    }
+    for (;;) {
+        // The longest-waiting joiner whose address has room, one at a time: each challenge
+        // takes a place.
+        std::pair<ENetPeer* const, Peer>* next = nullptr;
+        for (auto& entry : m_peers) {
+            const Peer& state = entry.second;
+            if (state.id == 0 && !state.refused && state.challenged_at_ms < 0 &&
+                IsSameConnection(entry.first, state) &&
+                (next == nullptr || state.connected_at_ms < next->second.connected_at_ms) &&
+                HandshakesFrom(state.address) < HandshakesPerAddress) {
+                next = &entry;
+            }
+        }
+        if (next == nullptr) {
+            return;
+        }
+        Challenge(next->first, next->second);
+    }
 }
 
 void HostSession::OnHandshake(ENetPeer* peer, Peer& state, const QByteArray& bytes) {
-    // One hello per joiner; whatever follows it before the verdict is not for us.
-    if (!IsSameConnection(peer, state) || state.refused || state.held_hello || state.hello_seen) {
+    // One hello per challenged joiner; whatever follows it before the verdict, or comes
+    // before the challenge, is not for us.
+    if (!IsSameConnection(peer, state) || state.challenged_at_ms < 0 || state.refused ||
+        state.held_hello || state.hello_seen) {
         return;
     }
     state.hello_seen = true;
@@ -371,6 +403,7 @@ void HostSession::Decide(ENetPeer* peer, Peer& state, const QByteArray& hello_by
     m_guesses.erase(state.address);
     ConfigurePeer(peer, Timeouts().silence_ms, true);
     state.id = NewPlayerId();
+    m_handshake_ended = true;
     state.name = SeatedName(hello->nickname);
     state.nonce.clear();
     m_players[state.id] = peer;
@@ -392,6 +425,7 @@ void HostSession::OnDisconnect(ENetPeer* peer) {
         return;
     }
     const dpn::PlayerId id = found->second.id;
+    m_handshake_ended |= id == 0 && !found->second.refused;
     m_peers.erase(found);
     if (id != 0) {
         m_players.erase(id);
@@ -401,19 +435,18 @@ void HostSession::OnDisconnect(ENetPeer* peer) {
 
 void HostSession::Refuse(ENetPeer* peer, Peer& state, dpn::ResultCode code) {
     state.refused = true;
+    m_handshake_ended = true;
     enet_peer_disconnect(peer, code);
     FlushSoon();
 }
 
-int HostSession::PendingFrom(quint32 address) const {
-    int pending = 0;
+int HostSession::HandshakesFrom(quint32 address) const {
+    int under_way = 0;
     for (const auto& [peer, state] : m_peers) {
-        pending += state.id == 0 && state.address == address;
+        under_way += state.id == 0 && !state.refused && state.challenged_at_ms >= 0 &&
+                     state.address == address;
     }
-    for (const auto& [peer, waiting] : m_unacknowledged) {
-        pending += waiting.address == address;
-    }
-    return pending;
+    return under_way;
 }
 
 dpn::PlayerId HostSession::NewPlayerId() {

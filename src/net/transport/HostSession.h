@@ -85,7 +85,10 @@ private:
         quint32 connect_id = 0;
         quint32 address = 0;
         QByteArray nonce;
+        // Joiners from one address are challenged a few at a time; the others wait their turn
+        // in the order they came, with no deadline until they are challenged.
         qint64 connected_at_ms = 0;
+        qint64 challenged_at_ms = -1;
         dpn::PlayerId id = 0; // 0 until admitted
         QString name;
         // A hello held back while its address waits out a run of wrong passwords.
@@ -108,13 +111,16 @@ private:
     };
 
     void OnConnect(ENetPeer* peer, quint32 connect_id);
+    void Challenge(ENetPeer* peer, Peer& state);
+    // Challenges the joiners that waited for a handshake from their address to end.
+    void ChallengeWaiting();
     void OnHandshake(ENetPeer* peer, Peer& state, const QByteArray& bytes);
     void Decide(ENetPeer* peer, Peer& state, const QByteArray& hello_bytes);
     void OnDisconnect(ENetPeer* peer);
     void Refuse(ENetPeer* peer, Peer& state, dpn::ResultCode code);
-    // Joins in progress from the address: connects not yet acknowledged and joiners not yet
-    // admitted.
-    int PendingFrom(quint32 address) const;
+    // Handshakes under way from the address: joiners challenged and neither admitted nor
+    // refused yet.
+    int HandshakesFrom(quint32 address) const;
     dpn::PlayerId NewPlayerId();
     // The player's connection while it is still up, else null. Between the end of a connection
     // and its DestroyPlayer (a handler may be waiting) ENet may already have given the slot to
@@ -133,6 +139,8 @@ private:
     std::map<dpn::PlayerId, ENetPeer*> m_players;
     std::unordered_map<ENetPeer*, Unacknowledged> m_unacknowledged;
     std::unordered_map<quint32, Guesses> m_guesses;
+    // A handshake ended since the waiting joiners were last looked at.
+    bool m_handshake_ended = false;
 };
 
 } // namespace tarvex
