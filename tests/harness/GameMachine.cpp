@@ -21,10 +21,10 @@ GameMachine::GameMachine(std::shared_ptr<FakeDesktop> desktop, std::uint32_t fir
     : m_desktop(std::move(desktop))
     , m_folder(std::move(game_folder))
     , m_options(std::move(options))
-    , m_next_pid(first_pid)
     , m_process_memory(std::make_shared<GameMemory>(
           [this](std::uint32_t pid) { return m_game && pid == m_pid ? m_memory.get() : nullptr; },
-          [this] { return GamePath(); }, [this] { EndGame(); })) {
+          [this] { return GamePath(); }, [this] { EndGame(); }))
+    , m_next_pid(first_pid) {
     m_frames.setInterval(kFrameMs);
     m_frames.setTimerType(Qt::PreciseTimer);
     connect(&m_frames, &QTimer::timeout, this, &GameMachine::Frame);
