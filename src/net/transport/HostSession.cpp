@@ -157,7 +157,6 @@ void HostSession::CloseServer() {
     m_players.clear();
     m_unacknowledged.clear();
     m_guesses.clear();
-    m_handshake_ended = false;
     m_host_player = 0;
     m_player_limit = 0;
 }
@@ -336,9 +335,6 @@ void HostSession::Challenge(ENetPeer* peer, Peer& state) {
 }
 
 void HostSession::ChallengeWaiting() {
-    if (!std::exchange(m_handshake_ended, false)) {
-        return;
-    }
     for (;;) {
         // The longest-waiting joiner whose address has room, one at a time: each challenge
         // takes a place.
@@ -403,7 +399,6 @@ void HostSession::Decide(ENetPeer* peer, Peer& state, const QByteArray& hello_by
     m_guesses.erase(state.address);
     ConfigurePeer(peer, Timeouts().silence_ms, true);
     state.id = NewPlayerId();
-    m_handshake_ended = true;
     state.name = SeatedName(hello->nickname);
     state.nonce.clear();
     m_players[state.id] = peer;
@@ -425,7 +420,6 @@ void HostSession::OnDisconnect(ENetPeer* peer) {
         return;
     }
     const dpn::PlayerId id = found->second.id;
-    m_handshake_ended |= id == 0 && !found->second.refused;
     m_peers.erase(found);
     if (id != 0) {
         m_players.erase(id);
@@ -435,7 +429,6 @@ void HostSession::OnDisconnect(ENetPeer* peer) {
 
 void HostSession::Refuse(ENetPeer* peer, Peer& state, dpn::ResultCode code) {
     state.refused = true;
-    m_handshake_ended = true;
     enet_peer_disconnect(peer, code);
     FlushSoon();
 }

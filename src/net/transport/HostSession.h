@@ -112,7 +112,8 @@ private:
 
     void OnConnect(ENetPeer* peer, quint32 connect_id);
     void Challenge(ENetPeer* peer, Peer& state);
-    // Challenges the joiners that waited for a handshake from their address to end.
+    // Challenges the joiners waiting for a handshake from their address to end, where one has:
+    // called wherever a handshake can end (a verdict, a joiner gone or given up).
     void ChallengeWaiting();
     void OnHandshake(ENetPeer* peer, Peer& state, const QByteArray& bytes);
     void Decide(ENetPeer* peer, Peer& state, const QByteArray& hello_bytes);
@@ -139,8 +140,6 @@ private:
     std::map<dpn::PlayerId, ENetPeer*> m_players;
     std::unordered_map<ENetPeer*, Unacknowledged> m_unacknowledged;
     std::unordered_map<quint32, Guesses> m_guesses;
-    // A handshake ended since the waiting joiners were last looked at.
-    bool m_handshake_ended = false;
 };
 
 } // namespace tarvex
