@@ -23,6 +23,10 @@ constexpr std::uint32_t kModuleOffset = 0x14;
 constexpr float kModulePollMs = 100.0f;
 constexpr float kTextBlockPollMs = 2000.0f;
 constexpr float kKeyGapMs = 100.0f;
+// How long a pressed Enter is given to take effect before it counts as lost, and how often the
+// menu is looked at meanwhile.
+constexpr int kEnterTakenMs = 2000;
+constexpr int kEnterPollMs = 20;
 // The game's path text for the ghost car's entry file, relative to its folder.
 const QString kGhostPath = QStringLiteral("CARS\\GHOST\\GHOSTCAR.INI");
 
@@ -405,10 +409,15 @@ void GameBridge::MenuTick() {
         GotoMenuOf(*menus, kCarMenu, -1, CarMenuSelection(car.Car), -1, false);
         // A client's quick-rally menu starts on its first entry.
         GotoMenuOf(*menus, kQuickRally, kProfileMenu, 4, m_is_host ? -1 : 0, true);
-        for (int i = 0; i < 5; ++i) {
-            if (CurrentMenuIndex(*menus) == kQuickRally) {
-                m_game.WaitMs(kKeyGapMs);
-                PressEnterInGame();
+        for (int i = 0; i < 5 && CurrentMenuIndex(*menus) == kQuickRally; ++i) {
+            m_game.WaitMs(kKeyGapMs);
+            PressEnterInGame();
+            // A busy game takes the key frames later. Another Enter sent before it has would
+            // choose in the menus after this one (profile, car, rally options) ahead of the
+            // automation, and leave the game in the service menu on its first entry.
+            for (int waited = 0; waited < kEnterTakenMs && CurrentMenuIndex(*menus) == kQuickRally;
+                 waited += kEnterPollMs) {
+                m_game.WaitMs(float(kEnterPollMs));
             }
         }
     }
